@@ -22,7 +22,8 @@ public:
     // Creates the listening socket. False when the name is taken by a live
     // service, the path is too long or the socket cannot be made.
     bool create(const std::string& name);
-    bool isValid() const { return listenFd_ >= 0 || clientFd_ >= 0; }
+    // Created and not yet closed (the listening socket closes once the client is in).
+    bool isValid() const { return !path_.empty() || listenFd_ >= 0 || clientFd_ >= 0; }
 
     // Blocks until one client connects. Later clients are refused.
     bool connectClient();

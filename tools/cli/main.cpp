@@ -1,1 +1,151 @@
-int main() { return 0; }
+// quillavant-cli: talks to a running engine service over its pipe.
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "cli/session.h"
+#include "platform/platform.h"
+
+namespace {
+
+const char kUsage[] =
+    "usage: quillavant-cli [--pipe NAME] [options] [COMMAND [CONTENT_JSON]]\n"
+    "\n"
+    "Sends requests to a running quillavant-host and prints each reply's header\n"
+    "and body. The service serves one connection in its lifetime and ends when\n"
+    "that connection closes, so a session of several requests goes in one run\n"
+    "(--script).\n"
+    "\n"
+    "  quillavant-cli -p NAME ADD_TRACK '{\"ID\":\"Track0\",\"Type\":\"composite\"}'\n"
+    "  quillavant-cli -p NAME --control PRE_PLAY '{\"AutoPlay\":true,...}'\n"
+    "  quillavant-cli -p NAME --body request.json --type 1\n"
+    "  quillavant-cli -p NAME --script session.txt     (or - for standard input)\n"
+    "  quillavant-cli -p NAME --close\n"
+    "\n"
+    "Options:\n"
+    "  -p, --pipe NAME     pipe name (default $QUILLAVANT_PIPE or \"quillavant\")\n"
+    "  -c, --control       send COMMAND as a control message (type 2)\n"
+    "  --body FILE|-       send FILE's text as the whole request body\n"
+    "  --type N            header type for --body (default 1)\n"
+    "  --script FILE|-     run a session script, one request per line:\n"
+    "                        command NAME [CONTENT_JSON]   (type 1)\n"
+    "                        control NAME [CONTENT_JSON]   (type 2)\n"
+    "                        body TYPE BODY_JSON           (a whole body)\n"
+    "                        expect VALUE    stop unless the last result equals VALUE\n"
+    "                        sleep MS | close | # comment\n"
+    "  --close             send the close request (after anything else)\n"
+    "  -q, --quiet         print only each reply's \"ReturnResultString\" value\n"
+    "  --echo              print each script line before sending it\n"
+    "  --timeout MS        how long to wait for the service's socket (default 5000)\n"
+    "  -h, --help          this text\n"
+    "\n"
+    "Exit codes: 0 ok, 1 no reply (the service closed the connection), 2 usage,\n"
+    "3 no service listening, 4 an expect line failed.\n";
+
+std::string readAll(const std::string& source) {
+    std::stringstream text;
+    if (source == "-") {
+        text << std::cin.rdbuf();
+    } else {
+        std::ifstream file(source, std::ios::binary);
+        if (!file) {
+            throw std::runtime_error("cannot read " + source);
+        }
+        text << file.rdbuf();
+    }
+    return text.str();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::string pipeName = platform::environmentValue("QUILLAVANT_PIPE");
+    if (pipeName.empty()) {
+        pipeName = "quillavant";
+    }
+    SessionOptions options;
+    bool control = false;
+    bool closeAfter = false;
+    int type = 1;
+    int timeoutMs = 5000;
+    std::string bodySource;
+    std::string scriptSource;
+    std::vector<std::string> positional;
+    for (int i = 1; i < argc; ++i) {
+        std::string arg = argv[i];
+        auto next = [&](const char* what) -> std::string {
+            if (i + 1 >= argc) {
+                std::cerr << "quillavant-cli: " << arg << " needs " << what << "\n";
+                std::exit(kExitUsage);
+            }
+            return argv[++i];
+        };
+        if (arg == "-h" || arg == "--help") {
+            std::cout << kUsage;
+            return kExitOk;
+        } else if (arg == "-p" || arg == "--pipe") {
+            pipeName = next("a pipe name");
+        } else if (arg == "-c" || arg == "--control") {
+            control = true;
+        } else if (arg == "--body") {
+            bodySource = next("a file");
+        } else if (arg == "--type") {
+            type = std::atoi(next("a number").c_str());
+        } else if (arg == "--script") {
+            scriptSource = next("a file");
+        } else if (arg == "--close") {
+            closeAfter = true;
+        } else if (arg == "-q" || arg == "--quiet") {
+            options.quiet = true;
+        } else if (arg == "--echo") {
+            options.echo = true;
+        } else if (arg == "--timeout") {
+            timeoutMs = std::atoi(next("milliseconds").c_str());
+        } else if (!arg.empty() && arg[0] == '-' && arg != "-") {
+            std::cerr << "quillavant-cli: unknown option " << arg << "\n" << kUsage;
+            return kExitUsage;
+        } else {
+            positional.push_back(arg);
+        }
+    }
+    if (positional.empty() && bodySource.empty() && scriptSource.empty() && !closeAfter) {
+        std::cerr << kUsage;
+        return kExitUsage;
+    }
+    if (positional.size() > 2) {
+        std::cerr << "quillavant-cli: too many arguments (quote the JSON content)\n";
+        return kExitUsage;
+    }
+
+    PipeClient client;
+    if (!client.connect(pipeName, timeoutMs)) {
+        std::cerr << "quillavant-cli: " << client.lastError() << "\n";
+        return kExitNoService;
+    }
+    Session session(client, options, std::cout);
+    int code = kExitOk;
+    try {
+        if (!scriptSource.empty()) {
+            std::stringstream script(readAll(scriptSource));
+            code = session.runScript(script);
+        }
+        if (code == kExitOk && !bodySource.empty()) {
+            code = session.sendBody(static_cast<uint16_t>(type), readAll(bodySource));
+        }
+        if (code == kExitOk && !positional.empty()) {
+            code = session.send(control ? kControlMessage : kCommandMessage, positional[0],
+                                positional.size() > 1 ? positional[1] : std::string());
+        }
+    } catch (const std::exception& failure) {
+        std::cerr << "quillavant-cli: " << failure.what() << "\n";
+        return kExitUsage;
+    }
+    if (code == kExitOk && closeAfter && client.isConnected()) {
+        code = session.close();
+    }
+    return code;
+}

@@ -1,0 +1,110 @@
+// The one owner of every engine object outside the timeline model: the
+// preview profile, producer and consumers, the export objects, and the
+// thumbnail grabber. All calls arrive on the server thread, one at a time.
+#pragma once
+
+#include <mlt-7/framework/mlt.h>
+
+#include <string>
+#include <vector>
+
+#include "messages/parse_json.h"
+#include "player/export_settings.h"
+#include "player/media_frame_grabber.h"
+#include "player/media_thumbnails.h"
+
+class MePlayer {
+public:
+    MePlayer();
+    virtual ~MePlayer();
+    MePlayer(const MePlayer&) = delete;
+    MePlayer& operator=(const MePlayer&) = delete;
+
+    // Plain settings written by the dispatchers.
+    int windowId = 0;
+    int windowWidth = 1280;
+    int windowHeight = 720;
+    int fullScreenWidth = 1280;
+    int fullScreenHeight = 720;
+    int displayAspectNum = 16;
+    int displayAspectDen = 9;
+    std::string profileName;
+    double volume = 1.0;
+    double speed = 1.0;
+
+    void setCachePath(const std::string& path);
+    std::string getCachePath() const;
+    std::string getMltFile() const;
+
+    // Engine start-up: factory, environment report, engine log routing.
+    int initFactory();
+
+    // Preview and transport.
+    int play(int position, bool autoPlay, const std::string& xmlPath);
+    void stop();
+    void pause();
+    void continuePlay();
+    void seekAndHold(int position);
+    void seekAndStop(int position);
+    void nextFrame();
+    void preFrame();
+    void applyVolume();
+    void setConsumerVolume(double value);
+    // PRE_FASTORBACK: stored and applied only while a producer exists.
+    void setPlaybackSpeed(double value);
+    void resizeWindow(int width, int height);
+    void fullScreen(bool on, int width, int height, int position, int windowId,
+                    const std::string& profile);
+    void closeConsumer();
+    bool stopConsumer();
+    bool startConsumer();
+    bool hasProducer() const;
+
+    // Queries.
+    int getTotalFrames();
+    int getExportTotalFrames();
+    bool isExportStopped();
+    double getTotalTime();
+    double getCurrentTime();
+    double getFps();
+    std::string getTotalTimeString();
+    std::string getCurrentTimeString();
+    bool isAudioValid();
+    int getCurrentPosition();
+    int getExportCurrentPosition();
+
+    // Live edits of the running preview graph.
+    bool addClip(CParseJson& content);
+    bool addBatchClip(CParseJson& content);
+    bool alterClip(CParseJson& content);
+    bool deleteClip(CParseJson& content);
+    bool deleteBatchClip(CParseJson& content);
+    bool deleteAllClip(CParseJson& content);
+    bool addFilter(CParseJson& content);
+    bool alterFilter(CParseJson& content);
+    bool deleteFilter(CParseJson& content);
+    bool deleteBatchFilter(CParseJson& content);
+    bool addTransition(CParseJson& content);
+    bool deleteTransition(CParseJson& content);
+    bool deleteBatchTransition(CParseJson& content);
+    bool alterSceneResource(CParseJson& content);
+    void saveMltFile(const std::string& path);
+
+    // Export.
+    void exportMovie(const ExportSettings& settings);
+    void closeExport();
+    std::string getHwAccelAbility();
+
+    // Pictures, probing and audio levels.
+    bool snapPic(int position, const std::string& profile, const std::string& fileName,
+                 const std::string& outFile);
+    bool snapMultiPic_Quick(const std::vector<int>& positions, const PictureSpec& spec,
+                            const std::string& fileName, const std::string& outDir);
+    bool makeAudioThumb(const std::string& fileName, const std::string& outFile);
+    std::string getProperty(const std::string& fileName, const std::string& fileType);
+
+private:
+    // The implementer adds the engine handles and internal operations here
+    // (producer, consumer, profile, repository, xmlPath, export objects,
+    // grabber, fullScreenConsumer, isFullScreen, lastPosition, ...).
+};
