@@ -1,0 +1,131 @@
+// MltHelper: the binding between editing commands and the running MLT graph.
+// The player builds one per edit on its preview producer, runs one operation
+// with the command's content and drops it; nothing is kept between edits.
+//
+// The graph it edits is the loaded timeline XML: the producer leads to the
+// tractor "maintractor", whose tracks are track tractors ("Track0", "Track1",
+// "AudioTrack0", "AudioTrack1"), each of which holds one playlist per clip
+// placement. "Track0" is the main video track: its clips are laid end to end
+// and its transitions are made of held (frozen) first and last frames.
+#pragma once
+
+#include <framework/mlt.h>
+
+#include <cstdint>
+#include <string>
+
+#include "messages/parse_json.h"
+
+// What findService looks for. The values are those the engine has always used.
+enum class ServiceKind : int32_t {
+    Filter = 0,
+    Playlist = 2,
+    Transition = 4,
+    Tractor = 5,
+};
+
+struct ServiceQuery {
+    ServiceKind kind = ServiceKind::Tractor;
+    std::string id;                // the "id" property sought, compared byte by byte
+    mlt_service found = nullptr;   // the first matching service
+    mlt_service parent = nullptr;  // the container it was found in
+};
+
+class MltHelper {
+public:
+    // producer: the root of the graph, not owned. cachePath: where relative
+    // resources live and below which the graph dump is written; may be empty.
+    MltHelper(mlt_producer producer, const std::string& cachePath);
+
+    // Clip placements (each a playlist of its own inside a track tractor).
+    bool addClip(CParseJson& content, mlt_profile profile);
+    bool alterClip(CParseJson& content, mlt_profile profile);
+    bool deleteClip(CParseJson& content);
+    bool deleteAllClip(CParseJson& content);
+    bool alterSceneResource(CParseJson& content);
+
+    // Transitions and filters made from the effect catalogue.
+    bool addTransition(CParseJson& content, mlt_profile profile);
+    bool deleteTransition(CParseJson& content);
+    bool addFilter(CParseJson& content, mlt_profile profile);
+    bool alterFilter(CParseJson& content);
+    bool deleteFilter(CParseJson& content);
+
+    // Tells the services a jump of the play position from one frame to another crossed.
+    void refresh(int from, int to);
+    // Writes the graph below "maintractor" as MLT XML to dumpPath().
+    void dumpGraph();
+    // Writes the graph below "maintractor" as MLT XML to cachePath + name.
+    void saveMltFile(const std::string& name);
+
+    // Depth-first search by kind and "id", in the order MLT's XML consumer
+    // serialises the graph. Fills found and parent; false when nothing matches.
+    bool findService(ServiceQuery& query);
+
+    // A relative path made absolute against the cache path.
+    std::string qualifyPath(const std::string& path) const;
+    // Where dumpGraph writes.
+    std::string dumpPath() const;
+
+    // Readers of the graph's layout, shared with the player's diagnostics.
+    // The multitrack index of a fixed track name (unknown names give 0).
+    static int trackIndexOf(const std::string& name);
+    // The first entry that is neither a blank nor repeated; -1 when none.
+    static int mainEntryIndex(mlt_playlist playlist);
+    // Where the main entry of the clip before track i ends, its tail freeze not counted.
+    static int trackStart(mlt_multitrack multitrack, int i);
+
+private:
+    // Search.
+    bool walk(mlt_service service, mlt_service parent, ServiceQuery& query);
+    bool visitTractor(mlt_service tractor, mlt_service parent, ServiceQuery& query);
+    bool visitMultitrack(mlt_service multitrack, mlt_service parent, ServiceQuery& query);
+    bool visitPlaylist(mlt_service playlist, mlt_service parent, ServiceQuery& query);
+    bool visitProducer(mlt_service producer, mlt_service parent, ServiceQuery& query);
+    bool visitFilter(mlt_service filter, ServiceQuery& query);
+    bool visitTransition(mlt_service transition, mlt_service parent, ServiceQuery& query);
+    bool searchFilters(mlt_service service, ServiceQuery& query);
+    mlt_tractor findTractor(const std::string& id);
+    mlt_playlist findPlaylist(const std::string& id);
+
+    // Property helpers.
+    void qualifyProperty(mlt_properties properties, const char* name) const;
+    void qualifyProducerPaths(mlt_properties properties) const;
+    void qualifyTransitionPaths(mlt_properties properties) const;
+    void qualifyFilterPaths(mlt_properties properties) const;
+    static void applyPropertyObject(mlt_properties properties, CParseJson& content);
+    static void applySubClips(mlt_properties properties, CParseJson& content);
+
+    // Clip playlists and the main track.
+    mlt_playlist createClipTrack(CParseJson& content, mlt_profile profile);
+    void relayoutMainTrack(mlt_tractor tractor);
+    void dropOrphanFreezes(mlt_tractor tractor);
+    void retimeTransitions(mlt_tractor tractor);
+    static bool isEdgeUsed(mlt_tractor tractor, int track, bool tail);
+    static int positionOfTrack(mlt_multitrack multitrack, mlt_service playlist);
+    void replaceSource(mlt_playlist playlist, int mainEntry, CParseJson& content,
+                       mlt_producer source, int in, int out);
+    void resizeInPlace(mlt_playlist playlist, int mainEntry, mlt_producer source,
+                       CParseJson& content, int in, int out, int length);
+    void moveClipTrack(mlt_tractor tractor, int from, int to);
+
+    // Freezes of main-track transitions.
+    static void addHeadFreeze(mlt_playlist playlist, int start, int n);
+    static void addTailFreeze(mlt_playlist playlist, int n);
+    static void plantFreezes(mlt_multitrack multitrack, int a, int b, int& in, int& out);
+    static void removeMainTrackTransition(mlt_tractor tractor, mlt_transition transition);
+
+    // Refresh steps.
+    void refreshClipsForward(int from, int to);
+    void refreshFiltersForward(int from, int to);
+    void refreshTransitionsForward(int from, int to);
+    void refreshClipsBackward(int from, int to);
+    void refreshFiltersBackward(int from, int to);
+    void refreshTransitionsBackward(int from, int to);
+
+    // Writes the graph below "maintractor" with MLT's XML consumer to target.
+    void writeGraph(const std::string& target, std::string* text);
+
+    mlt_producer producer_;
+    std::string cachePath_;
+};

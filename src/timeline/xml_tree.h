@@ -1,0 +1,36 @@
+// Small helpers over libxml2's tree API, shared by every element the model
+// reads or writes: named children with escaped text, attributes, and the
+// "content" rule of the project file (an element without text leaves its
+// field unchanged).
+#pragma once
+
+#include <libxml/tree.h>
+
+#include <memory>
+#include <string>
+
+struct XmlDocumentFree {
+    void operator()(xmlDocPtr document) const { xmlFreeDoc(document); }
+};
+using XmlDocument = std::unique_ptr<xmlDoc, XmlDocumentFree>;
+
+namespace xmltree {
+
+bool isElement(xmlNodePtr node);
+// An element whose name is exactly name.
+bool hasName(xmlNodePtr node, const char* name);
+
+// A new empty child element.
+xmlNodePtr appendElement(xmlNodePtr parent, const char* name);
+// A new child element holding text (escaped as needed).
+xmlNodePtr appendText(xmlNodePtr parent, const char* name, const std::string& text);
+void setAttribute(xmlNodePtr node, const char* name, const std::string& value);
+
+// The attribute's value; false when the node has no such attribute.
+bool readAttribute(xmlNodePtr node, const char* name, std::string& out);
+// The node's whole text; false (out untouched) when it has none.
+bool readText(xmlNodePtr node, std::string& out);
+// The node's whole text, empty when it has none.
+std::string wholeText(xmlNodePtr node);
+
+}  // namespace xmltree

@@ -1,0 +1,57 @@
+// A real quillavant-host process on a private socket folder, with a client
+// connected to it: what end-to-end tests talk to.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+
+#include "client/pipe_client.h"
+
+namespace testsupport {
+
+class ServiceProcess {
+public:
+    // Starts the host with a unique pipe name; extraEnvironment holds
+    // "NAME=value" pairs separated by ';'.
+    explicit ServiceProcess(const std::string& extraEnvironment = std::string());
+    ~ServiceProcess();
+    ServiceProcess(const ServiceProcess&) = delete;
+    ServiceProcess& operator=(const ServiceProcess&) = delete;
+
+    // Connects the client (retrying while the service starts).
+    bool connect(int timeoutMs = 10000);
+    PipeClient& client() { return client_; }
+
+    // Sends a command or control and returns the reply body ("" on failure).
+    std::string command(const std::string& name, const std::string& contentJson = "");
+    std::string control(const std::string& name, const std::string& contentJson = "");
+    // The "ReturnResultString" value of a command's reply as compact text.
+    std::string commandResult(const std::string& name, const std::string& contentJson = "");
+
+    // Waits for the process to end; returns its exit status, or -1 on a
+    // time-out or a signal.
+    int waitForExit(int timeoutMs = 15000);
+    // Sends the close request and waits for the process.
+    int close(int timeoutMs = 15000);
+
+    const std::string& pipeName() const { return pipeName_; }
+    const std::string& socketPath() const { return socketPath_; }
+    const std::string& stderrPath() const { return stderrPath_; }
+    std::string stderrText() const;
+    pid_t pid() const { return pid_; }
+
+private:
+    std::string directory_;
+    std::string pipeName_;
+    std::string socketPath_;
+    std::string stderrPath_;
+    pid_t pid_ = -1;
+    int exitStatus_ = -1;
+    PipeClient client_;
+};
+
+// Path of a built program (quillavant-host, quillavant-cli).
+std::string binaryPath(const std::string& name);
+
+}  // namespace testsupport
