@@ -1,6 +1,5 @@
 #include "timeline/xml_tree.h"
 
-#include <cstring>
 
 namespace {
 

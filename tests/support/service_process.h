@@ -7,6 +7,7 @@
 #include <string>
 
 #include "client/pipe_client.h"
+#include "client/service_launcher.h"
 
 namespace testsupport {
 
@@ -39,15 +40,14 @@ public:
     const std::string& socketPath() const { return socketPath_; }
     const std::string& stderrPath() const { return stderrPath_; }
     std::string stderrText() const;
-    pid_t pid() const { return pid_; }
+    pid_t pid() const { return launcher_.pid(); }
 
 private:
     std::string directory_;
     std::string pipeName_;
     std::string socketPath_;
     std::string stderrPath_;
-    pid_t pid_ = -1;
-    int exitStatus_ = -1;
+    ServiceLauncher launcher_;
     PipeClient client_;
 };
 

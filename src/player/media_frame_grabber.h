@@ -1,0 +1,74 @@
+// Decodes single pictures of a video file with FFmpeg, turned upright for the
+// stream's rotation, and writes them as JPEG pictures. The player keeps one
+// and reuses it from request to request; a request opens its file once and
+// then asks for any number of frames.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "player/media_av_handles.h"
+
+class FrameGrabber {
+public:
+    FrameGrabber() = default;
+    FrameGrabber(const FrameGrabber&) = delete;
+    FrameGrabber& operator=(const FrameGrabber&) = delete;
+
+    // Opens path, counting its length in positions of the given rate. A file
+    // that cannot be opened or read answers true but leaves no decoder; a file
+    // without a usable video stream or decoder answers false.
+    bool openMedia(const std::string& path, double rate);
+    // Moves the input to the key frame at or before a stream frame; false
+    // without a decoder.
+    bool seekToFrame(int frame);
+    // The first picture at or after the target stream frame, or the last one
+    // before it when the stream ends first; null when nothing was decoded.
+    media::FramePtr decodeFrame(int target);
+    // Writes the picture scaled to width x height as one JPEG picture.
+    bool saveFrame(const AVFrame& picture, const std::string& path, int width, int height);
+
+    bool hasDecoder() const { return codec_ != nullptr; }
+    int totalFrames() const { return totalFrames_; }
+    double positionRate() const { return positionRate_; }
+    double streamRate() const { return streamRate_; }
+    int videoStream() const { return videoStream_; }
+    int width() const { return width_; }
+    int height() const { return height_; }
+    int64_t startTime() const { return startTime_; }
+    bool hasRotationFilter() const { return filterGraph_ != nullptr; }
+
+    // Degrees of clockwise rotation the stream asks for, in [0, 360).
+    double getRotation() const;
+
+private:
+    void closeMedia();
+    void detectStartTime();
+    // Prefers dts once more timestamps have come without pts than without dts.
+    int64_t guessTimestamp(int64_t pts, int64_t dts);
+    // The stream frame a timestamp falls on.
+    int64_t frameNumber(int64_t timestamp) const;
+    // startTime, else the container's start time in stream units, else 0.
+    int64_t timestampBase() const;
+    void setupRotationFilter();
+    bool createFilterGraph();
+    bool insertFilter(AVFilterContext*& head, const char* name, const char* argument);
+    media::FramePtr filterPicture(media::FramePtr picture);
+    media::FramePtr scaleFrame(const AVFrame& picture, int width, int height) const;
+
+    unsigned missingPts_ = 0;
+    unsigned missingDts_ = 0;
+    media::InputFormatPtr format_;
+    AVStream* stream_ = nullptr;
+    media::CodecContextPtr codec_;
+    double positionRate_ = 0.0;
+    int videoStream_ = -1;
+    double streamRate_ = 0.0;
+    media::FilterGraphPtr filterGraph_;
+    AVFilterContext* bufferSource_ = nullptr;
+    AVFilterContext* bufferSink_ = nullptr;
+    int width_ = 0;
+    int height_ = 0;
+    int64_t startTime_ = AV_NOPTS_VALUE;
+    int totalFrames_ = 0;
+};

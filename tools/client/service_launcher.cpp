@@ -1,0 +1,98 @@
+#include "client/service_launcher.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "platform/platform.h"
+
+ServiceLauncher::~ServiceLauncher() {
+    if (running() && waitForExit(5000) < 0) {
+        kill();
+    }
+}
+
+bool ServiceLauncher::start(const std::string& hostPath, const std::string& pipeDirectory,
+                            const std::string& pipeName,
+                            const std::vector<std::string>& environment,
+                            const std::string& stderrPath) {
+    std::vector<std::string> settings;
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        settings.emplace_back(*entry);
+    }
+    settings.push_back("QUILLAVANT_PIPE_DIR=" + pipeDirectory);
+    settings.insert(settings.end(), environment.begin(), environment.end());
+    std::vector<char*> envp;
+    for (auto& text : settings) {
+        envp.push_back(&text[0]);
+    }
+    envp.push_back(nullptr);
+    std::string host = hostPath;
+    std::string name = pipeName;
+    pid_ = fork();
+    if (pid_ < 0) {
+        return false;
+    }
+    if (pid_ == 0) {
+        if (!stderrPath.empty()) {
+            int err = open(stderrPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+            if (err >= 0) {
+                dup2(err, 2);
+                close(err);
+            }
+        }
+        int null = open("/dev/null", O_RDWR);
+        if (null >= 0) {
+            dup2(null, 0);
+            dup2(null, 1);
+        }
+        char* argv[] = {&host[0], &name[0], nullptr};
+        execve(host.c_str(), argv, envp.data());
+        _exit(127);
+    }
+    return true;
+}
+
+int ServiceLauncher::waitForExit(int timeoutMs) {
+    if (pid_ <= 0) {
+        return exitStatus_;
+    }
+    uint64_t deadline = platform::tickCountMs() + static_cast<uint64_t>(timeoutMs);
+    for (;;) {
+        int status = 0;
+        if (waitpid(pid_, &status, WNOHANG) == pid_) {
+            pid_ = -1;
+            exitStatus_ = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+            return exitStatus_;
+        }
+        if (platform::tickCountMs() >= deadline) {
+            return -1;
+        }
+        platform::sleepMilliseconds(5);
+    }
+}
+
+void ServiceLauncher::kill() {
+    if (pid_ > 0) {
+        ::kill(pid_, SIGKILL);
+        waitpid(pid_, nullptr, 0);
+        pid_ = -1;
+    }
+}
+
+long residentMemoryKb(pid_t pid) {
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    std::string key;
+    while (status >> key) {
+        if (key == "VmRSS:") {
+            long kb = -1;
+            status >> kb;
+            return kb;
+        }
+        status.ignore(1 << 16, '\n');
+    }
+    return -1;
+}
