@@ -42,6 +42,9 @@ public:
     bool alterClip(CParseJson& content, mlt_profile profile);
     bool deleteClip(CParseJson& content);
     bool deleteAllClip(CParseJson& content);
+    // Fires "scene-changed" on the clip's source producer. The event data is
+    // an object (mlt_event_data_to_object) pointing at an array of three
+    // const char*: Type, Name and Para of the command, valid during the call.
     bool alterSceneResource(CParseJson& content);
 
     // Transitions and filters made from the effect catalogue.
@@ -97,17 +100,20 @@ private:
     static void applySubClips(mlt_properties properties, CParseJson& content);
 
     // Clip playlists and the main track.
+    struct ClipRequest;  // the fields of one clip command, read by the clip edits
     mlt_playlist createClipTrack(CParseJson& content, mlt_profile profile);
+    bool fillClipTrack(mlt_playlist playlist, const ClipRequest& request, CParseJson& content,
+                       mlt_profile profile);
+    bool replaceSource(mlt_playlist playlist, int mainEntry, const ClipRequest& request,
+                       CParseJson& content, mlt_profile profile);
+    void resizeInPlace(mlt_playlist playlist, int mainEntry, const ClipRequest& request,
+                       CParseJson& content);
+    bool moveClipTrack(mlt_tractor tractor, int from, int to);
     void relayoutMainTrack(mlt_tractor tractor);
     void dropOrphanFreezes(mlt_tractor tractor);
     void retimeTransitions(mlt_tractor tractor);
     static bool isEdgeUsed(mlt_tractor tractor, int track, bool tail);
     static int positionOfTrack(mlt_multitrack multitrack, mlt_service playlist);
-    void replaceSource(mlt_playlist playlist, int mainEntry, CParseJson& content,
-                       mlt_producer source, int in, int out);
-    void resizeInPlace(mlt_playlist playlist, int mainEntry, mlt_producer source,
-                       CParseJson& content, int in, int out, int length);
-    void moveClipTrack(mlt_tractor tractor, int from, int to);
 
     // Freezes of main-track transitions.
     static void addHeadFreeze(mlt_playlist playlist, int start, int n);

@@ -1,6 +1,5 @@
 #include "timeline/service.h"
 
-#include "timeline/decimal_text.h"
 #include "timeline/model_names.h"
 #include "timeline/xml_tree.h"
 
@@ -62,9 +61,9 @@ bool MeService::readXml(xmlNodePtr firstChild) {
         } else if (xmltree::hasName(node, projectxml::kOut)) {
             xmltree::readText(node, out_);
         } else if (xmltree::hasName(node, projectxml::kGlobal)) {
-            std::string flag;
-            if (xmltree::readText(node, flag)) {
-                global_ = decimalValue(flag) != 0;
+            int flag = 0;
+            if (xmltree::readNumber(node, flag)) {
+                global_ = flag != 0;
             }
         }
     }

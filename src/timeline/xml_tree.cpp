@@ -1,5 +1,8 @@
 #include "timeline/xml_tree.h"
 
+#include "timeline/decimal_text.h"
+#include "timeline/model_names.h"
+
 
 namespace {
 
@@ -28,6 +31,12 @@ xmlNodePtr appendText(xmlNodePtr parent, const char* name, const std::string& te
     return xmlNewTextChild(parent, nullptr, xmlText(name), xmlText(text.c_str()));
 }
 
+xmlNodePtr appendMltProperty(xmlNodePtr parent, const std::string& name, const std::string& value) {
+    xmlNodePtr property = appendText(parent, mltxml::kProperty, value);
+    setAttribute(property, mltxml::kNameAttribute, name);
+    return property;
+}
+
 void setAttribute(xmlNodePtr node, const char* name, const std::string& value) {
     xmlSetProp(node, xmlText(name), xmlText(value.c_str()));
 }
@@ -47,6 +56,15 @@ bool readText(xmlNodePtr node, std::string& out) {
         return false;
     }
     out = reinterpret_cast<const char*>(value.get());
+    return true;
+}
+
+bool readNumber(xmlNodePtr node, int& out) {
+    std::string text;
+    if (!readText(node, text)) {
+        return false;
+    }
+    out = decimalValue(text);
     return true;
 }
 

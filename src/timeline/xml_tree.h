@@ -24,12 +24,17 @@ bool hasName(xmlNodePtr node, const char* name);
 xmlNodePtr appendElement(xmlNodePtr parent, const char* name);
 // A new child element holding text (escaped as needed).
 xmlNodePtr appendText(xmlNodePtr parent, const char* name, const std::string& text);
+// A new MLT "property" child: the value as text, the name as attribute.
+xmlNodePtr appendMltProperty(xmlNodePtr parent, const std::string& name, const std::string& value);
 void setAttribute(xmlNodePtr node, const char* name, const std::string& value);
 
 // The attribute's value; false when the node has no such attribute.
 bool readAttribute(xmlNodePtr node, const char* name, std::string& out);
 // The node's whole text; false (out untouched) when it has none.
 bool readText(xmlNodePtr node, std::string& out);
+// The node's whole text as a decimal number; false (out untouched) when it
+// has no text.
+bool readNumber(xmlNodePtr node, int& out);
 // The node's whole text, empty when it has none.
 std::string wholeText(xmlNodePtr node);
 

@@ -193,6 +193,55 @@ TEST(CommandLineClient, RunsAScriptAndClosesTheService) {
     EXPECT_EQ(service.waitForExit(), 0);
 }
 
+std::string cliCommand(const ServiceProcess& service, const std::string& arguments) {
+    std::string directory = service.socketPath().substr(0, service.socketPath().rfind('/'));
+    return "QUILLAVANT_PIPE_DIR=" + directory + " " + testsupport::binaryPath("quillavant-cli") +
+           " -p " + service.pipeName() + " " + arguments + " 2>&1";
+}
+
+TEST(CommandLineClient, RecordedSessionReplaysAndReportsDifferences) {
+    std::string directory = testsupport::makeTempDirectory("qv-record");
+    std::string script = directory + "/session.txt";
+    std::string recording = directory + "/recorded.txt";
+    FILE* file = fopen(script.c_str(), "w");
+    ASSERT_NE(file, nullptr);
+    fputs("command NO_SUCH\nbody 1 {\"ID\":\"1\",\"Action\":[]}\nclose\n", file);
+    fclose(file);
+    {
+        ServiceProcess service;
+        std::string output;
+        ASSERT_EQ(testsupport::runCommand(
+                      cliCommand(service, "-q --script " + script + " --record " + recording),
+                      &output),
+                  0)
+            << output;
+        EXPECT_EQ(service.waitForExit(), 0);
+    }
+    std::string recorded = testsupport::readFile(recording);
+    EXPECT_NE(recorded.find("command NO_SUCH\nexpect false\n"), std::string::npos) << recorded;
+    EXPECT_NE(recorded.find("\nexpect true\nclose\n"), std::string::npos) << recorded;
+    {
+        ServiceProcess service;
+        std::string output;
+        EXPECT_EQ(testsupport::runCommand(cliCommand(service, "-q --replay " + recording), &output),
+                  0)
+            << output;
+    }
+    std::string tampered = recorded;
+    tampered.replace(tampered.find("expect false"), 12, "expect 42");
+    file = fopen(recording.c_str(), "w");
+    fputs(tampered.c_str(), file);
+    fclose(file);
+    {
+        ServiceProcess service;
+        std::string output;
+        EXPECT_EQ(testsupport::runCommand(cliCommand(service, "-q --replay " + recording), &output),
+                  4);
+        EXPECT_NE(output.find("expected 42, got false"), std::string::npos) << output;
+        EXPECT_EQ(service.waitForExit(), 0);  // the replay still reached its close line
+    }
+}
+
 TEST(CommandLineClient, ReportsAMissingServiceWithItsExitCode) {
     std::string output;
     int status = testsupport::runCommand("QUILLAVANT_PIPE_DIR=/nonexistent " +

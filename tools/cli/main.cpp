@@ -37,6 +37,10 @@ const char kUsage[] =
     "                        body TYPE BODY_JSON           (a whole body)\n"
     "                        expect VALUE    stop unless the last result equals VALUE\n"
     "                        sleep MS | close | # comment\n"
+    "  --record FILE       write every request sent, each followed by an expect\n"
+    "                      line holding its result: a session to replay later\n"
+    "  --replay FILE       run a recorded session, report every result that\n"
+    "                      differs from the recording, exit 4 if any did\n"
     "  --close             send the close request (after anything else)\n"
     "  -q, --quiet         print only each reply's \"ReturnResultString\" value\n"
     "  --echo              print each script line before sending it\n"
@@ -74,6 +78,7 @@ int main(int argc, char** argv) {
     int timeoutMs = 5000;
     std::string bodySource;
     std::string scriptSource;
+    std::string recordPath;
     std::vector<std::string> positional;
     for (int i = 1; i < argc; ++i) {
         std::string arg = argv[i];
@@ -97,6 +102,11 @@ int main(int argc, char** argv) {
             type = std::atoi(next("a number").c_str());
         } else if (arg == "--script") {
             scriptSource = next("a file");
+        } else if (arg == "--record") {
+            recordPath = next("a file");
+        } else if (arg == "--replay") {
+            scriptSource = next("a file");
+            options.keepGoing = true;
         } else if (arg == "--close") {
             closeAfter = true;
         } else if (arg == "-q" || arg == "--quiet") {
@@ -125,6 +135,16 @@ int main(int argc, char** argv) {
     if (!client.connect(pipeName, timeoutMs)) {
         std::cerr << "quillavant-cli: " << client.lastError() << "\n";
         return kExitNoService;
+    }
+    std::ofstream record;
+    if (!recordPath.empty()) {
+        record.open(recordPath, std::ios::binary | std::ios::trunc);
+        if (!record) {
+            std::cerr << "quillavant-cli: cannot write " << recordPath << "\n";
+            return kExitUsage;
+        }
+        record << "# recorded by quillavant-cli: replay with --replay\n";
+        options.record = &record;
     }
     Session session(client, options, std::cout);
     int code = kExitOk;

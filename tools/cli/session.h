@@ -8,8 +8,10 @@
 #include "client/pipe_client.h"
 
 struct SessionOptions {
-    bool quiet = false;  // print only the result value of each reply
-    bool echo = false;   // print each request line before sending it
+    bool quiet = false;      // print only the result value of each reply
+    bool echo = false;       // print each request line before sending it
+    bool keepGoing = false;  // report failed expectations and go on (replay)
+    std::ostream* record = nullptr;  // where to record requests and their results
 };
 
 // Exit codes shared by every mode of the client.
@@ -36,13 +38,17 @@ public:
     int close();
 
     const std::string& lastResult() const { return lastResult_; }
+    int failedExpectations() const { return failedExpectations_; }
 
 private:
     void printReply(const PipeReply& reply);
+    int checkExpectation(const std::string& expected);
+    void recordRequest(const std::string& line, const std::string& name);
 
     PipeClient& client_;
     SessionOptions options_;
     std::ostream& out_;
     std::string lastResult_;
     int lineNumber_ = 0;
+    int failedExpectations_ = 0;
 };

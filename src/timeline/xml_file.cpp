@@ -1,0 +1,30 @@
+#include "timeline/xml_file.h"
+
+#include <libxml/parser.h>
+
+#include <cstdio>
+
+#include "platform/platform.h"
+
+namespace {
+const char kEncoding[] = "UTF-8";
+const char kSaveEncoding[] = "utf-8";
+constexpr int kIndented = 1;
+}  // namespace
+
+XmlDocument readXmlFile(const std::string& path, int options) {
+    return XmlDocument(xmlReadFile(path.c_str(), kEncoding, options));
+}
+
+bool writeXmlDocument(xmlDocPtr document, const std::string& path) {
+    const std::string partial = path + ".part" + std::to_string(platform::processId());
+    if (xmlSaveFormatFileEnc(partial.c_str(), document, kSaveEncoding, kIndented) < 0) {
+        std::remove(partial.c_str());
+        return false;
+    }
+    if (std::rename(partial.c_str(), path.c_str()) != 0) {
+        std::remove(partial.c_str());
+        return false;
+    }
+    return true;
+}

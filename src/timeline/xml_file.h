@@ -1,0 +1,17 @@
+// Reading and writing whole XML files with libxml2. Every document the model
+// writes goes through writeXmlDocument, which never leaves a half-written
+// file in place of the previous one.
+#pragma once
+
+#include <string>
+
+#include "timeline/xml_tree.h"
+
+// xmlReadFile with the encoding "UTF-8" and the given libxml2 options;
+// empty when the file cannot be read or parsed.
+XmlDocument readXmlFile(const std::string& path, int options);
+
+// Saves the document indented, in UTF-8, to a temporary file beside path and
+// renames it over path. False when nothing could be written; the previous
+// file is then untouched.
+bool writeXmlDocument(xmlDocPtr document, const std::string& path);
