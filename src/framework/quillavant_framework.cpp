@@ -1,27 +1,60 @@
 #include "framework/quillavant_framework.h"
 
+#include <mlt-7/framework/mlt.h>
+
+#include "framework/command_dispatcher.h"
+#include "framework/control_dispatcher.h"
+#include "framework/framework_names.h"
 #include "host/log.h"
 #include "messages/action_message.h"
-#include "messages/result_text.h"
+#include "platform/module_path.h"
+#include "platform/platform.h"
+#include "timeline/effect_catalogue.h"
 
-CQuillavantFramework::CQuillavantFramework() = default;
+namespace {
+constexpr char kConfigFolder[] = "Configs";
+constexpr char kEffectCatalogue[] = "Effect.xml";
+constexpr char kMultiEffectCatalogue[] = "MultiEffect.xml";
+
+std::string cataloguePath(const char* fileName) {
+    return platform::modulePath().directory + kConfigFolder + platform::kPathSeparator + fileName;
+}
+}  // namespace
+
+CQuillavantFramework::CQuillavantFramework() {
+    MeEffectCatalogue::instance().loadCatalogues(cataloguePath(kEffectCatalogue),
+                                                 cataloguePath(kMultiEffectCatalogue));
+}
 
 std::string CQuillavantFramework::runCommandMessage(const std::string& body) {
     ActionMessage message;
     message.parse(body);
+    std::string result;
     if (message.commands().size() == 1) {
-        std::string name = message.commands().front()->getCommand();
-        writeLog(kLogDebug, "Receive [%s] command", name.c_str());
-        writeLog(kLogDebug, "Return [%s] command Ok", name.c_str());
-        return makeJsonText(kReturnResultKey, false);
+        CommandContext context{player_, project_, history_};
+        result = dispatchCommand(context, *message.commands().front());
+    } else {
+        EditTarget target{player_, project_};
+        for (const auto& command : message.commands()) {
+            dispatchEditCommand(target, *command);
+        }
+        history_.recordPoint(project_);
+        result = commandResult(true);
     }
-    return makeJsonText(kReturnResultKey, true);
+    writeLog(kLogVerbose, fwlog::kRecoverIndex, history_.index(), history_.size());
+    return result;
 }
 
 std::string CQuillavantFramework::runControlMessage(const std::string& body) {
     ActionMessage message;
     message.parse(body);
-    return makeJsonText(kReturnResultKey, true);
+    for (const auto& control : message.commands()) {
+        runControl(player_, project_, *control);
+    }
+    return commandResult(true);
 }
 
-void CQuillavantFramework::closeEngine() {}
+void CQuillavantFramework::closeEngine() {
+    player_.closeConsumer();
+    mlt_factory_close();
+}

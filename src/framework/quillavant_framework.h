@@ -1,19 +1,38 @@
-// The command processor: turns each request body into operations on the
-// player, the project and the undo history, and answers with a result text.
+// The command processor: owns the player, the project and the undo history,
+// and turns each request body into operations on them.
 #pragma once
 
 #include <string>
 
+#include "framework/undo_history.h"
+#include "player/player.h"
+#include "project/project.h"
+
 class CQuillavantFramework {
 public:
+    // Creates the player, the empty project and the empty history, in that
+    // order, then loads the effect catalogues from beside the host executable.
     CQuillavantFramework();
+    CQuillavantFramework(const CQuillavantFramework&) = delete;
+    CQuillavantFramework& operator=(const CQuillavantFramework&) = delete;
 
-    // A command message (header type 1): one command goes to the full
-    // dispatcher and answers its own result; any other count is a batch.
+    // A command message (header type 1): exactly one command goes to the full
+    // dispatcher and answers its own result; any other count is a batch of
+    // editing commands that records one history point and answers true.
     std::string runCommandMessage(const std::string& body);
-    // A control message (header type 2): every control runs; the answer is true.
+    // A control message (header type 2): every control runs in order; the
+    // answer is true whatever they did.
     std::string runControlMessage(const std::string& body);
 
     // Releases the preview and the engine at service end.
     void closeEngine();
+
+    MePlayer& player() { return player_; }
+    MeProject& project() { return project_; }
+    const UndoHistory& history() const { return history_; }
+
+private:
+    MePlayer player_;
+    MeProject project_;
+    UndoHistory history_;
 };

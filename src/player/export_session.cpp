@@ -132,8 +132,8 @@ void ExportSession::start(const ExportSettings& settings, const std::string& pro
 void ExportSession::applyVideoSize(const ExportSettings& settings) {
     int width = std::atoi(settings.videoWidth.c_str());
     int height = std::atoi(settings.videoHeight.c_str());
-    if (width <= 0 || height <= 0) {
-        // Only one of them (or a nonsensical size) keeps the profile as named.
+    if (width == 0 || height == 0) {
+        // Only one of them keeps the profile as named.
         return;
     }
     int divisor = std::gcd(width, height);

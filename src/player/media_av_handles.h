@@ -57,11 +57,17 @@ struct ResamplerDeleter {
 };
 using ResamplerPtr = std::unique_ptr<SwrContext, ResamplerDeleter>;
 
-inline FramePtr makeFrame() { return FramePtr(av_frame_alloc()); }
-inline PacketPtr makePacket() { return PacketPtr(av_packet_alloc()); }
+inline FramePtr makeFrame() {
+    return FramePtr(av_frame_alloc());
+}
+inline PacketPtr makePacket() {
+    return PacketPtr(av_packet_alloc());
+}
 
 // A new reference to the same picture data, or null.
-inline FramePtr cloneFrame(const AVFrame* frame) { return FramePtr(av_frame_clone(frame)); }
+inline FramePtr cloneFrame(const AVFrame* frame) {
+    return FramePtr(av_frame_clone(frame));
+}
 
 // Opens path and reads its stream information; null when either step fails.
 InputFormatPtr openInput(const std::string& path);

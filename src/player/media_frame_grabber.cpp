@@ -38,7 +38,8 @@ constexpr int kToleratedDecodeErrors = 10;
 // A packet this many frames away from the target carries a broken timestamp.
 constexpr int64_t kTimestampJumpLimit = 999;
 
-constexpr int kScaleFlags = SWS_BICUBLIN | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP | SWS_ACCURATE_RND;
+constexpr int kScaleFlags =
+    SWS_BICUBLIN | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP | SWS_ACCURATE_RND;
 constexpr AVPixelFormat kThumbnailPixelFormat = AV_PIX_FMT_YUVJ420P;
 constexpr AVRational kThumbnailTimeBase = {1, 25};
 constexpr double kDefaultPositionRate = 25.0;
@@ -70,7 +71,7 @@ std::vector<FilterStep> rotationChain(double angle) {
 
 // Removes a half-written output unless the write was finished.
 class OutputFileGuard {
-public:
+  public:
     explicit OutputFileGuard(std::string path) : path_(std::move(path)) {}
     ~OutputFileGuard() {
         if (!kept_) {
@@ -79,7 +80,7 @@ public:
     }
     void keep() { kept_ = true; }
 
-private:
+  private:
     std::string path_;
     bool kept_ = false;
 };
@@ -187,8 +188,10 @@ void FrameGrabber::detectStartTime() {
             lastDuration = packet->duration;
             ++videoPackets;
             if ((packet->flags & AV_PKT_FLAG_KEY) != 0 && startTime_ == AV_NOPTS_VALUE) {
-                // AV_NOPTS_VALUE is negative too: such a stream starts at 0.
-                startTime_ = packet->dts < 0 ? 0 : guessTimestamp(packet->pts, packet->dts);
+                // Decoding that starts before presentation (B-frames) counts from 0;
+                // a missing dts is no such sign and leaves the choice to the pts.
+                const bool negativeDts = packet->dts != AV_NOPTS_VALUE && packet->dts < 0;
+                startTime_ = negativeDts ? 0 : guessTimestamp(packet->pts, packet->dts);
             }
         }
         av_packet_unref(packet.get());
@@ -224,9 +227,8 @@ int64_t FrameGrabber::timestampBase() const {
 }
 
 int64_t FrameGrabber::frameNumber(int64_t timestamp) const {
-    return static_cast<int64_t>((timestamp - timestampBase()) * av_q2d(stream_->time_base) *
-                                    streamRate_ +
-                                0.5);
+    return static_cast<int64_t>(
+        (timestamp - timestampBase()) * av_q2d(stream_->time_base) * streamRate_ + 0.5);
 }
 
 bool FrameGrabber::seekToFrame(int frame) {
@@ -463,10 +465,9 @@ FramePtr FrameGrabber::scaleFrame(const AVFrame& picture, int width, int height)
     if (av_frame_get_buffer(scaled.get(), 0) < 0) {
         return nullptr;
     }
-    media::ScalerPtr scaler(sws_getContext(picture.width, picture.height,
-                                           static_cast<AVPixelFormat>(picture.format), width,
-                                           height, kThumbnailPixelFormat, kScaleFlags, nullptr,
-                                           nullptr, nullptr));
+    media::ScalerPtr scaler(sws_getContext(
+        picture.width, picture.height, static_cast<AVPixelFormat>(picture.format), width, height,
+        kThumbnailPixelFormat, kScaleFlags, nullptr, nullptr, nullptr));
     if (!scaler) {
         return nullptr;
     }

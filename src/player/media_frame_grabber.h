@@ -10,7 +10,7 @@
 #include "player/media_av_handles.h"
 
 class FrameGrabber {
-public:
+  public:
     FrameGrabber() = default;
     FrameGrabber(const FrameGrabber&) = delete;
     FrameGrabber& operator=(const FrameGrabber&) = delete;
@@ -41,7 +41,7 @@ public:
     // Degrees of clockwise rotation the stream asks for, in [0, 360).
     double getRotation() const;
 
-private:
+  private:
     void closeMedia();
     void detectStartTime();
     // Prefers dts once more timestamps have come without pts than without dts.

@@ -1,134 +1,207 @@
 #include "player/player.h"
 
-MePlayer::MePlayer() = default;
-MePlayer::~MePlayer() = default;
+#include <cstdarg>
+#include <cstdio>
 
-void MePlayer::setCachePath(const std::string&) {}
+#include "host/log.h"
+#include "player/player_names.h"
+#include "player/transport.h"
+
+namespace {
+
+constexpr char kPlayStart[] = "play command start";
+constexpr char kPlayProfile[] = "play :profile width:%d, profile heigh:%d";
+constexpr char kPlayEnd[] = "play : %s ";
+constexpr char kCloseConsumer[] = "closeConsumer";
+constexpr char kCloseProfile[] = "closeProfile";
+
+constexpr int kPlayConsumerMissing = -3;
+constexpr int kPlayConsumerNotStarted = -4;
+
+// The engine values reported once when the engine starts, with their log texts.
+constexpr struct {
+    const char* name;
+    const char* format;
+} kEngineEnvironment[] = {
+    {"MLT_APPDIR", "[MLT_APPDIR]: %s "},
+    {"MLT_DATA", "[MLT_DATA]: %s "},
+    {"MLT_PRESETS_PATH", "[MLT_PRESETS_PATH]: %s "},
+    {"MLT_PROFILES_PATH", "[MLT_PROFILES_PATH]: %s "},
+};
+
+// MLT's info level; anything chattier is dropped.
+constexpr int kEngineLogLevel = MLT_LOG_INFO;
+constexpr size_t kEngineLineBuffer = 1024;
+constexpr size_t kEngineLineLimit = 1000;
+
+void engineLogCallback(void* service, int level, const char* format, va_list arguments) {
+    if (level > kEngineLogLevel) {
+        return;
+    }
+    char line[kEngineLineBuffer] = {};
+    vsnprintf(line, kEngineLineLimit + 1, format, arguments);
+    writeLog(kLogInfo, "%s", line);
+}
+
+}  // namespace
+
+MePlayer::MePlayer() = default;
+
+// The service closes the preview before it shuts the engine down, so this
+// finds the handles already closed; a player dropped while still previewing
+// (a test, an early exit) stops its consumers before releasing them.
+MePlayer::~MePlayer() {
+    releasePreview();
+}
+
+void MePlayer::setCachePath(const std::string& path) {
+    cachePath_ = path;
+}
+
 std::string MePlayer::getCachePath() const {
-    return "";
+    return cachePath_;
 }
+
 std::string MePlayer::getMltFile() const {
-    return "";
+    return xmlPath_;
 }
-int MePlayer::initFactory() {
-    return 0;
-}
-int MePlayer::play(int, bool, const std::string&) {
-    return 0;
-}
-void MePlayer::stop() {}
-void MePlayer::pause() {}
-void MePlayer::continuePlay() {}
-void MePlayer::seekAndHold(int) {}
-void MePlayer::seekAndStop(int) {}
-void MePlayer::nextFrame() {}
-void MePlayer::preFrame() {}
-void MePlayer::applyVolume() {}
-void MePlayer::setConsumerVolume(double) {}
-void MePlayer::setPlaybackSpeed(double) {}
-void MePlayer::resizeWindow(int, int) {}
-void MePlayer::fullScreen(bool, int, int, int, int, const std::string&) {}
-void MePlayer::closeConsumer() {}
-bool MePlayer::stopConsumer() {
-    return false;
-}
-bool MePlayer::startConsumer() {
-    return false;
-}
+
 bool MePlayer::hasProducer() const {
-    return false;
+    return producer_ != nullptr;
 }
-int MePlayer::getTotalFrames() {
+
+int MePlayer::initFactory() {
+    if (repository_ != nullptr) {
+        return 0;
+    }
+    repository_ = mlt_factory_init(nullptr);
+    for (const auto& value : kEngineEnvironment) {
+        const char* text = mlt_environment(value.name);
+        if (text != nullptr) {
+            writeLog(kLogDebug, value.format, text);
+        }
+    }
+    mlt_log_set_level(kEngineLogLevel);
+    mlt_log_set_callback(engineLogCallback);
     return 0;
 }
-int MePlayer::getExportTotalFrames() {
+
+void MePlayer::ensureFactory() {
+    if (repository_ == nullptr) {
+        repository_ = mlt_factory_init(nullptr);
+    }
+}
+
+void MePlayer::ensureProfile() {
+    if (!profile_) {
+        profile_.reset(mlt_profile_init(profileName.empty() ? nullptr : profileName.c_str()));
+    }
+}
+
+mlt_consumer MePlayer::createConsumer(mlt_profile profile, const std::string& id) {
+    WindowSettings window;
+    window.windowId = windowId;
+    window.displayAspectNum = displayAspectNum;
+    window.displayAspectDen = displayAspectDen;
+    window.windowWidth = windowWidth;
+    window.windowHeight = windowHeight;
+    return createTransportConsumer(profile, id, producer_.get(), window);
+}
+
+mlt_consumer MePlayer::transport() const {
+    return transportConsumer(producer_.get());
+}
+
+void MePlayer::setTransportInt(const char* name, int value) {
+    if (mlt_consumer consumer = transport()) {
+        mlt_properties_set_int(MLT_CONSUMER_PROPERTIES(consumer), name, value);
+    }
+}
+
+void MePlayer::setTransportDouble(const char* name, double value) {
+    if (mlt_consumer consumer = transport()) {
+        mlt_properties_set_double(MLT_CONSUMER_PROPERTIES(consumer), name, value);
+    }
+}
+
+double MePlayer::producerSpeed() const {
+    return producer_ ? mlt_producer_get_speed(producer_.get()) : 0.0;
+}
+
+void MePlayer::setProducerSpeed(double value) {
+    if (producer_) {
+        mlt_producer_set_speed(producer_.get(), value);
+    }
+}
+
+int MePlayer::play(int position, bool autoPlay, const std::string& xmlPath) {
+    writeLog(kLogInfo, "%s", kPlayStart);
+    closeConsumer();
+    xmlPath_ = xmlPath;
+    ensureFactory();
+    ensureProfile();
+    int result = 0;
+    if (profile_) {
+        writeLog(kLogInfo, kPlayProfile, profile_->width, profile_->height);
+        producer_.reset(
+            mlt_factory_producer(profile_.get(), playernames::kTimelineProducer, xmlPath.c_str()));
+        if (producer_) {
+            result = startPreview(position, autoPlay);
+        }
+    }
+    writeLog(kLogInfo, kPlayEnd, xmlPath_.c_str());
+    return result;
+}
+
+int MePlayer::startPreview(int position, bool autoPlay) {
+    if (!consumer_) {
+        consumer_.reset(createConsumer(profile_.get(), playernames::kPreviewService));
+    }
+    if (!consumer_) {
+        // The producer was built on the profile, so it goes first.
+        producer_.reset();
+        profile_.reset();
+        return kPlayConsumerMissing;
+    }
+    mlt_properties properties = MLT_CONSUMER_PROPERTIES(consumer_.get());
+    mlt_consumer_connect(consumer_.get(), mlt_producer_service(producer_.get()));
+    mlt_properties_set_int(properties, playernames::kScrubAudio, 0);
+    mlt_properties_set_int(properties, playernames::kSlowOnPause, 1);
+    if (!autoPlay) {
+        setProducerSpeed(0.0);
+    }
+    setTransportDouble(playernames::kVolume, autoPlay ? volume : 0.0);
+    if (mlt_consumer_start(consumer_.get()) != 0) {
+        return kPlayConsumerNotStarted;
+    }
+    setProducerSpeed(autoPlay ? 1.0 : 0.0);
+    seekAndHold(position);
     return 0;
 }
-bool MePlayer::isExportStopped() {
-    return false;
+
+void MePlayer::closeConsumer() {
+    writeLog(kLogInfo, "%s", kCloseConsumer);
+    releasePreview();
+    writeLog(kLogInfo, "%s", kCloseProfile);
+    profile_.reset();
 }
-double MePlayer::getTotalTime() {
-    return 0.0;
+
+void MePlayer::releasePreview() {
+    if (consumer_) {
+        setTransportDouble(playernames::kVolume, 0.0);
+        retireConsumer(consumer_, false);
+    }
+    if (fullScreenConsumer_) {
+        retireConsumer(fullScreenConsumer_, false);
+    }
+    producer_.reset();
 }
-double MePlayer::getCurrentTime() {
-    return 0.0;
-}
-double MePlayer::getFps() {
-    return 0.0;
-}
-std::string MePlayer::getTotalTimeString() {
-    return "";
-}
-std::string MePlayer::getCurrentTimeString() {
-    return "";
-}
-bool MePlayer::isAudioValid() {
-    return true;
-}
-int MePlayer::getCurrentPosition() {
-    return 0;
-}
-int MePlayer::getExportCurrentPosition() {
-    return 0;
-}
-bool MePlayer::addClip(CParseJson&) {
-    return false;
-}
-bool MePlayer::addBatchClip(CParseJson&) {
-    return false;
-}
-bool MePlayer::alterClip(CParseJson&) {
-    return false;
-}
-bool MePlayer::deleteClip(CParseJson&) {
-    return false;
-}
-bool MePlayer::deleteBatchClip(CParseJson&) {
-    return false;
-}
-bool MePlayer::deleteAllClip(CParseJson&) {
-    return false;
-}
-bool MePlayer::addFilter(CParseJson&) {
-    return false;
-}
-bool MePlayer::alterFilter(CParseJson&) {
-    return false;
-}
-bool MePlayer::deleteFilter(CParseJson&) {
-    return false;
-}
-bool MePlayer::deleteBatchFilter(CParseJson&) {
-    return false;
-}
-bool MePlayer::addTransition(CParseJson&) {
-    return false;
-}
-bool MePlayer::deleteTransition(CParseJson&) {
-    return false;
-}
-bool MePlayer::deleteBatchTransition(CParseJson&) {
-    return false;
-}
-bool MePlayer::alterSceneResource(CParseJson&) {
-    return false;
-}
-void MePlayer::saveMltFile(const std::string&) {}
-void MePlayer::exportMovie(const ExportSettings&) {}
-void MePlayer::closeExport() {}
-std::string MePlayer::getHwAccelAbility() {
-    return "";
-}
-bool MePlayer::snapPic(int, const std::string&, const std::string&, const std::string&) {
-    return false;
-}
-bool MePlayer::snapMultiPic_Quick(const std::vector<int>&, const PictureSpec&, const std::string&,
-                                  const std::string&) {
-    return false;
-}
-bool MePlayer::makeAudioThumb(const std::string&, const std::string&) {
-    return false;
-}
-std::string MePlayer::getProperty(const std::string&, const std::string&) {
-    return "";
+
+void MePlayer::retireConsumer(media::ConsumerPtr& consumer, bool purge) {
+    if (purge) {
+        mlt_consumer_purge(consumer.get());
+    }
+    mlt_consumer_stop(consumer.get());
+    mlt_consumer_connect(consumer.get(), nullptr);
+    consumer.reset();
 }

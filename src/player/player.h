@@ -5,16 +5,22 @@
 
 #include <mlt-7/framework/mlt.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "messages/parse_json.h"
+#include "player/export_session.h"
 #include "player/export_settings.h"
 #include "player/media_frame_grabber.h"
+#include "player/media_mlt_handles.h"
 #include "player/media_thumbnails.h"
 
+class MltHelper;
+struct PlayerLiveEdit;  // one row of the live-edit table
+
 class MePlayer {
-public:
+  public:
     MePlayer();
     virtual ~MePlayer();
     MePlayer(const MePlayer&) = delete;
@@ -103,8 +109,52 @@ public:
     bool makeAudioThumb(const std::string& fileName, const std::string& outFile);
     std::string getProperty(const std::string& fileName, const std::string& fileType);
 
-private:
-    // The implementer adds the engine handles and internal operations here
-    // (producer, consumer, profile, repository, xmlPath, export objects,
-    // grabber, fullScreenConsumer, isFullScreen, lastPosition, ...).
+  private:
+    // The tests read engine state (consumer properties, profile size) through it.
+    friend struct PlayerTestAccess;
+
+    using EditOperation = std::function<bool(MltHelper&)>;
+
+    // The consumer the producer's transport link names (windowed or full
+    // screen); null without a producer.
+    mlt_consumer transport() const;
+    void setTransportInt(const char* name, int value);
+    void setTransportDouble(const char* name, double value);
+    double producerSpeed() const;
+    void setProducerSpeed(double value);
+
+    mlt_consumer createConsumer(mlt_profile profile, const std::string& id);
+    void ensureFactory();
+    void ensureProfile();
+    int startPreview(int position, bool autoPlay);
+    // Stops, disconnects and closes the preview consumers, then the producer.
+    void releasePreview();
+    // Stops, disconnects and closes one consumer, clearing its holder.
+    static void retireConsumer(media::ConsumerPtr& consumer, bool purge);
+
+    // Seeks that wait for the consumer to show the frame; see player_seek.cpp.
+    void syncSeek(int position);
+    void syncseek(int position);
+    void syncStart(int position);
+    bool seekTransport(int position, int& oldPosition);
+    void refreshTimeline(int from, int to);
+    void stepFrame(int offset, const char* beginLine, const char* endLine);
+
+    bool runLiveEdit(const PlayerLiveEdit& edit, const EditOperation& operation);
+
+    void enterFullScreen(int width, int height, int position, int windowId);
+    void leaveFullScreen(int position);
+    void showOn(mlt_consumer consumer, int position);
+
+    media::ProducerPtr producer_;
+    media::ConsumerPtr consumer_;
+    media::ProfilePtr profile_;
+    mlt_repository repository_ = nullptr;  // the engine's, never released here
+    std::string xmlPath_;
+    std::string cachePath_;
+    ExportSession export_;
+    FrameGrabber grabber_;
+    media::ConsumerPtr fullScreenConsumer_;
+    bool isFullScreen_ = false;
+    int lastPosition_ = 0;
 };

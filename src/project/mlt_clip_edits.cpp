@@ -247,9 +247,9 @@ bool MltHelper::alterClip(CParseJson& content, mlt_profile profile) {
 bool MltHelper::replaceSource(mlt_playlist playlist, int mainEntry, const ClipRequest& request,
                               CParseJson& content, mlt_profile profile) {
     mlt_producer source = mltgraph::entrySource(playlist, mainEntry);
-    writeLog(kLogError, mltlog::kAlterNewProducer,
-             mltgraph::orEmpty(mltgraph::text(MLT_PRODUCER_PROPERTIES(source), kPropResource))
-                 .c_str());
+    writeLog(
+        kLogError, mltlog::kAlterNewProducer,
+        mltgraph::orEmpty(mltgraph::text(MLT_PRODUCER_PROPERTIES(source), kPropResource)).c_str());
     mltgraph::ProducerHandle created = makeSource(profile, request.mltService, request.resource);
     if (!created) {
         writeLog(kLogError, "%s", mltlog::kAlterCreateProducerFailed);

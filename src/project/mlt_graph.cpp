@@ -25,7 +25,9 @@ bool equals(const char* value, const char* expected) {
     return value != nullptr && std::strcmp(value, expected) == 0;
 }
 
-std::string orEmpty(const char* value) { return value ? value : ""; }
+std::string orEmpty(const char* value) {
+    return value ? value : "";
+}
 
 mlt_tractor asTractor(mlt_service service) {
     if (service == nullptr) {
@@ -34,7 +36,8 @@ mlt_tractor asTractor(mlt_service service) {
     // A tractor made by the factory's "tractor" service reports itself as a
     // plain producer, so the service name counts too.
     mlt_service_type type = mlt_service_identify(service);
-    if (type != mlt_service_tractor_type && !equals(text(service, mltnames::kPropMltService), mltnames::kServiceTractor)) {
+    if (type != mlt_service_tractor_type &&
+        !equals(text(service, mltnames::kPropMltService), mltnames::kServiceTractor)) {
         return nullptr;
     }
     auto producer = static_cast<mlt_producer>(service->child);
@@ -59,6 +62,20 @@ mlt_playlist asPlaylist(mlt_service service) {
 
 mlt_playlist asPlaylist(mlt_producer producer) {
     return producer ? asPlaylist(MLT_PRODUCER_SERVICE(producer)) : nullptr;
+}
+
+mlt_transition asTransition(mlt_service service) {
+    if (service == nullptr || mlt_service_identify(service) != mlt_service_transition_type) {
+        return nullptr;
+    }
+    return static_cast<mlt_transition>(service->child);
+}
+
+mlt_filter asFilter(mlt_service service) {
+    if (service == nullptr || mlt_service_identify(service) != mlt_service_filter_type) {
+        return nullptr;
+    }
+    return static_cast<mlt_filter>(service->child);
 }
 
 bool readEntry(mlt_playlist playlist, int index, mlt_playlist_clip_info& info) {
@@ -94,7 +111,9 @@ bool entryIsBlank(mlt_playlist playlist, int index) {
                   mltnames::kServiceBlank);
 }
 
-int entryCount(mlt_playlist playlist) { return playlist ? mlt_playlist_count(playlist) : 0; }
+int entryCount(mlt_playlist playlist) {
+    return playlist ? mlt_playlist_count(playlist) : 0;
+}
 
 mlt_playlist trackPlaylist(mlt_multitrack multitrack, int index) {
     if (multitrack == nullptr || index < 0 || index >= mlt_multitrack_count(multitrack)) {
@@ -115,7 +134,9 @@ void fireEvent(mlt_properties properties, const char* name) {
     fireEvent(properties, name, mlt_event_data_none());
 }
 
-int frames(const std::string& value) { return std::atoi(value.c_str()); }
+int frames(const std::string& value) {
+    return std::atoi(value.c_str());
+}
 
 bool scalarText(const Json::Value& value, std::string& out) {
     switch (value.type()) {

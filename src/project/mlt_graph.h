@@ -43,6 +43,8 @@ mlt_tractor asTractor(mlt_service service);
 mlt_multitrack asMultitrack(mlt_service service);
 mlt_playlist asPlaylist(mlt_service service);
 mlt_playlist asPlaylist(mlt_producer producer);
+mlt_transition asTransition(mlt_service service);
+mlt_filter asFilter(mlt_service service);
 
 // Playlist entries; an index out of range reads as an empty entry.
 bool readEntry(mlt_playlist playlist, int index, mlt_playlist_clip_info& info);

@@ -19,9 +19,9 @@ const char* const kProducerPathProperties[] = {"luma", "luma.resource", "composi
                                                "producer.resource", "argument"};
 const char* const kTransitionPathProperties[] = {"resource", "luma", "luma.resource",
                                                  "composite.luma", "producer.resource"};
-const char* const kFilterPathProperties[] = {"resource",          "luma",     "luma.resource",
-                                             "composite.luma",    "producer.resource",
-                                             "filename",          "av.file"};
+const char* const kFilterPathProperties[] = {
+    "resource",          "luma",     "luma.resource", "composite.luma",
+    "producer.resource", "filename", "av.file"};
 
 // Sub-clip members and the producer property suffix each one fills.
 struct SubClipField {
@@ -29,7 +29,7 @@ struct SubClipField {
     const char* member;
 };
 const SubClipField kSubClipFields[] = {
-    {"resource", mltnames::kResource}, {"type", mltnames::kType}, {"in", mltnames::kIn},
+    {"resource", mltnames::kResource}, {"type", mltnames::kType},   {"in", mltnames::kIn},
     {"out", mltnames::kOut},           {"start", mltnames::kStart}, {"end", mltnames::kEnd},
 };
 constexpr char kSubClipPrefix[] = "producer.";
@@ -38,7 +38,9 @@ constexpr char kProfileWidth[] = "width";
 constexpr char kProfileHeight[] = "height";
 constexpr char kProfileFps[] = "fps";
 
-double numberOf(const Json::Value& value) { return value.isNumeric() ? value.asDouble() : 0.0; }
+double numberOf(const Json::Value& value) {
+    return value.isNumeric() ? value.asDouble() : 0.0;
+}
 
 const Json::Value& memberOf(const Json::Value& object, const char* name) {
     static const Json::Value kNull;

@@ -32,7 +32,7 @@ struct ServiceQuery {
 };
 
 class MltHelper {
-public:
+  public:
     // producer: the root of the graph, not owned. cachePath: where relative
     // resources live and below which the graph dump is written; may be empty.
     MltHelper(mlt_producer producer, const std::string& cachePath);
@@ -78,7 +78,7 @@ public:
     // Where the main entry of the clip before track i ends, its tail freeze not counted.
     static int trackStart(mlt_multitrack multitrack, int i);
 
-private:
+  private:
     // Search.
     bool walk(mlt_service service, mlt_service parent, ServiceQuery& query);
     bool visitTractor(mlt_service tractor, mlt_service parent, ServiceQuery& query);

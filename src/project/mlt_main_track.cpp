@@ -6,14 +6,6 @@
 
 namespace {
 
-bool isTransition(mlt_service service) {
-    return mlt_service_identify(service) == mlt_service_transition_type;
-}
-
-mlt_transition asTransition(mlt_service service) {
-    return static_cast<mlt_transition>(service->child);
-}
-
 // Drops a trailing repeated entry (a tail freeze) unless a transition uses it.
 void dropTailFreeze(mlt_playlist playlist, bool used) {
     int last = mltgraph::entryCount(playlist) - 1;
@@ -26,6 +18,11 @@ void dropTailFreeze(mlt_playlist playlist, bool used) {
 // would have no frames is removed rather than handed to MLT, which reads a
 // negative out point as its own default length.
 void resizeLeadingBlank(mlt_playlist playlist, int length) {
+    // Every resize makes the multitrack re-measure all its tracks; a blank
+    // that already has its length is left alone so a re-layout stays linear.
+    if (mltgraph::entryIsBlank(playlist, 0) && mltgraph::entryFrames(playlist, 0) == length) {
+        return;
+    }
     if (length > 0) {
         mlt_playlist_resize_clip(playlist, 0, 0, length - 1);
     } else if (mltgraph::entryIsBlank(playlist, 0)) {
@@ -84,8 +81,7 @@ int MltHelper::positionOfTrack(mlt_multitrack multitrack, mlt_service playlist) 
 bool MltHelper::isEdgeUsed(mlt_tractor tractor, int track, bool tail) {
     bool used = false;
     mltgraph::forEachBelow(MLT_TRACTOR_SERVICE(tractor), [&](mlt_service service) {
-        if (isTransition(service)) {
-            mlt_transition transition = asTransition(service);
+        if (mlt_transition transition = mltgraph::asTransition(service)) {
             used = tail ? mlt_transition_get_a_track(transition) == track
                         : mlt_transition_get_b_track(transition) == track;
         }
@@ -104,7 +100,8 @@ void MltHelper::dropOrphanFreezes(mlt_tractor tractor) {
         }
         // The first clip has no head: a repeated entry 0 there is always stale.
         int head = i == 0 ? 0 : 1;
-        if (mltgraph::entryRepeat(playlist, head) > 1 && (i == 0 || !isEdgeUsed(tractor, i, false))) {
+        if (mltgraph::entryRepeat(playlist, head) > 1 &&
+            (i == 0 || !isEdgeUsed(tractor, i, false))) {
             mlt_playlist_remove(playlist, head);
         }
         dropTailFreeze(playlist, isEdgeUsed(tractor, i, true));
@@ -114,10 +111,10 @@ void MltHelper::dropOrphanFreezes(mlt_tractor tractor) {
 void MltHelper::retimeTransitions(mlt_tractor tractor) {
     mlt_multitrack multitrack = mlt_tractor_multitrack(tractor);
     mltgraph::forEachBelow(MLT_TRACTOR_SERVICE(tractor), [&](mlt_service service) {
-        if (!isTransition(service)) {
+        mlt_transition transition = mltgraph::asTransition(service);
+        if (transition == nullptr) {
             return true;
         }
-        mlt_transition transition = asTransition(service);
         int a = mlt_transition_get_a_track(transition);
         int b = mlt_transition_get_b_track(transition);
         mlt_playlist trackA = mltgraph::trackPlaylist(multitrack, a);

@@ -107,8 +107,10 @@ constexpr char kAlterNewProducer[] = "alter new producer %s";
 constexpr char kAlterCreateProducerFailed[] = "create producer failed when it alter new producer";
 constexpr char kAlterResizeProducer[] = "alter resize producer %s";
 constexpr char kAlterResizeBlank[] = "alter resize BlankLength";
-constexpr char kAlterNewIndexTooBig[] = "alter producer new index %d,is bigger than multitrack count ";
-constexpr char kAlterOldIndexTooBig[] = "alter producer old index %d,is bigger than multitrack count ";
+constexpr char kAlterNewIndexTooBig[] =
+    "alter producer new index %d,is bigger than multitrack count ";
+constexpr char kAlterOldIndexTooBig[] =
+    "alter producer old index %d,is bigger than multitrack count ";
 constexpr char kAlterSceneFailed[] = "alter Scene Resource  failed";
 
 constexpr char kTractorServiceError[] = "tractor_service error";

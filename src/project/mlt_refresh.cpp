@@ -181,18 +181,22 @@ void MltHelper::refreshTransitionsBackward(int from, int to) {
 }
 
 void MltHelper::writeGraph(const std::string& target, std::string* text) {
+    // Without the main tractor there is nothing to serialise; a consumer
+    // started alone would only leave its frame-buffer size in "buffer".
+    mlt_tractor tractor = findTractor(kMainTractor);
+    if (tractor == nullptr) {
+        return;
+    }
     mltgraph::ConsumerHandle consumer(mlt_factory_consumer(nullptr, kServiceXml, target.c_str()));
     if (!consumer) {
         return;
     }
-    if (mlt_tractor tractor = findTractor(kMainTractor)) {
-        mlt_service_connect_producer(MLT_CONSUMER_SERVICE(consumer.get()),
-                                     MLT_TRACTOR_SERVICE(tractor), 0);
-    }
+    mlt_service_connect_producer(MLT_CONSUMER_SERVICE(consumer.get()), MLT_TRACTOR_SERVICE(tractor),
+                                 0);
     mlt_consumer_start(consumer.get());
     if (text != nullptr) {
-        *text = mltgraph::orEmpty(
-            mltgraph::text(MLT_CONSUMER_PROPERTIES(consumer.get()), kPropBuffer));
+        *text =
+            mltgraph::orEmpty(mltgraph::text(MLT_CONSUMER_PROPERTIES(consumer.get()), kPropBuffer));
     }
 }
 

@@ -59,9 +59,9 @@ bool MltHelper::walk(mlt_service service, mlt_service parent, ServiceQuery& quer
         if (mltgraph::equals(type, kTypeProducer)) {
             // The xml producer's root keeps the loaded tractor's identity but
             // its own service name, and is walked as a plain producer.
-            bool isTractor = mltgraph::text(properties, kPropXml) == nullptr &&
-                             mltgraph::equals(mltgraph::text(properties, kPropMltService),
-                                              kServiceTractor);
+            bool isTractor =
+                mltgraph::text(properties, kPropXml) == nullptr &&
+                mltgraph::equals(mltgraph::text(properties, kPropMltService), kServiceTractor);
             if (isTractor ? visitTractor(service, parent, query)
                           : visitProducer(service, parent, query)) {
                 return true;
@@ -162,7 +162,8 @@ bool MltHelper::visitProducer(mlt_service service, mlt_service parent, ServiceQu
     if (source == nullptr) {
         return false;
     }
-    const char* serviceName = mltgraph::text(MLT_PRODUCER_PROPERTIES(source), mltnames::kPropMltService);
+    const char* serviceName =
+        mltgraph::text(MLT_PRODUCER_PROPERTIES(source), mltnames::kPropMltService);
     if (serviceName == nullptr || mltgraph::equals(serviceName, mltnames::kServiceXml)) {
         return false;
     }

@@ -37,7 +37,9 @@ bool MeClip::initFromJson(CParseJson& json) {
     return true;
 }
 
-bool MeClip::initFromJsonText(const std::string& text) { return initFromParsedText(*this, text); }
+bool MeClip::initFromJsonText(const std::string& text) {
+    return initFromParsedText(*this, text);
+}
 
 xmlNodePtr MeClip::writeMltXml(xmlNodePtr parent) const {
     xmlNodePtr producer = service_.writeMltElement(parent, false);

@@ -10,7 +10,7 @@
 #include "timeline/service.h"
 
 class MeClip {
-public:
+  public:
     MeClip();
     virtual ~MeClip() = default;
 
@@ -33,11 +33,11 @@ public:
     const std::string& mediaType() const { return mediaType_; }
     int length() const { return length_; }
 
-protected:
+  protected:
     // Appends an element of the given name holding the clip's children.
     xmlNodePtr writeXmlElement(xmlNodePtr parent, const char* name) const;
 
-private:
+  private:
     MeService service_;
     std::string mltService_;
     std::string resource_;

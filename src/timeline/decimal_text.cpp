@@ -17,7 +17,9 @@ int decimalValue(const std::string& text) {
     return static_cast<int>(value);
 }
 
-std::string decimalText(long long value) { return std::to_string(value); }
+std::string decimalText(long long value) {
+    return std::to_string(value);
+}
 
 std::string fixedSixText(double value) {
     std::ostringstream out;

@@ -1,5 +1,7 @@
 #include "timeline/effect.h"
 
+#include <framework/mlt.h>
+
 #include "timeline/decimal_text.h"
 #include "timeline/model_names.h"
 #include "timeline/xml_tree.h"

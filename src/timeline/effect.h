@@ -3,7 +3,7 @@
 // the defaults; filters and transitions hold adjusted copies.
 #pragma once
 
-#include <framework/mlt_properties.h>
+#include <framework/mlt_types.h>
 #include <libxml/tree.h>
 
 #include <map>
@@ -12,7 +12,7 @@
 #include "messages/parse_json.h"
 
 class MeEffect {
-public:
+  public:
     static constexpr int kFilterType = 1;
     static constexpr int kOtherType = 2;
 
@@ -37,7 +37,7 @@ public:
     bool readXml(xmlNodePtr effect);
     bool writeXml(xmlNodePtr parent) const;
 
-private:
+  private:
     // Adds a property from an element with a "name" attribute; the first value
     // of a name stays.
     void addNamedProperty(xmlNodePtr node);

@@ -27,11 +27,7 @@ void forEachEntry(const std::string& file, Visit visit) {
     if (!xmltree::hasName(root, kCatalogueRoot)) {
         return;
     }
-    for (xmlNodePtr entry = root->children; entry != nullptr; entry = entry->next) {
-        if (xmltree::isElement(entry)) {
-            visit(entry);
-        }
-    }
+    xmltree::forEachElement(root, visit);
 }
 
 std::string folderOf(const std::string& file) {

@@ -23,7 +23,7 @@ struct MeMultiEffect {
 };
 
 class MeEffectCatalogue {
-public:
+  public:
     // Created on first use; never destroyed.
     static MeEffectCatalogue& instance();
 
@@ -37,7 +37,7 @@ public:
     MeEffect* findEffect(const std::string& name);
     MeMultiEffect* findMultiEffect(const std::string& name);
 
-private:
+  private:
     MeEffectCatalogue() = default;
 
     void readMultiEffectEntry(xmlNodePtr entry, const std::string& catalogueFolder);

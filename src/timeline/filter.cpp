@@ -22,7 +22,9 @@ bool MeFilter::initFromJson(CParseJson& json) {
     return effect_.mergeJsonProperties(json);
 }
 
-bool MeFilter::initFromJsonText(const std::string& text) { return initFromParsedText(*this, text); }
+bool MeFilter::initFromJsonText(const std::string& text) {
+    return initFromParsedText(*this, text);
+}
 
 void MeFilter::writeMltXml(xmlNodePtr parent, bool withInOut) const {
     effect_.writeMltProperties(service_.writeMltElement(parent, withInOut));

@@ -11,7 +11,7 @@
 #include "timeline/service.h"
 
 class MeFilter {
-public:
+  public:
     MeFilter();
     virtual ~MeFilter() = default;
 
@@ -35,7 +35,7 @@ public:
     const std::string& in() const { return service_.in(); }
     const std::string& out() const { return service_.out(); }
 
-private:
+  private:
     MeService service_;
     MeEffect effect_;
     std::string trackId_;

@@ -149,6 +149,9 @@ inline constexpr char kAudioOnly[] = "audio_only";
 inline constexpr char kAudio[] = "audio";
 inline constexpr char kVideo[] = "video";
 inline constexpr char kWebvfxFilter[] = "webvfxfilter";
+// The two audio tracks whose placements are found by identifier, not index.
+inline constexpr char kAudioTrack0[] = "AudioTrack0";
+inline constexpr char kAudioTrack1[] = "AudioTrack1";
 inline constexpr char kUnset[] = "-1";
 inline constexpr char kZero[] = "0";
 }  // namespace modelkind

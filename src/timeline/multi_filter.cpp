@@ -64,8 +64,9 @@ void MeMultiFilter::applyPropertyOverrides(CParseJson& json) {
         }
         Json::Value& content = command->element()[jsonkey::kContent];
         setMembers(change.get(jsonkey::kContent, Json::Value()), content);
-        if (content.isObject()) {
-            setMembers(change.get(jsonkey::kProperty, Json::Value()), content[jsonkey::kProperty]);
+        const Json::Value properties = change.get(jsonkey::kProperty, Json::Value());
+        if (properties.isObject()) {
+            setMembers(properties, content[jsonkey::kProperty]);
         }
     }
 }

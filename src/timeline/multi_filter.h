@@ -11,7 +11,7 @@
 #include "timeline/service.h"
 
 class MeMultiFilter {
-public:
+  public:
     MeMultiFilter();
     virtual ~MeMultiFilter() = default;
 
@@ -36,7 +36,7 @@ public:
     const std::string& in() const { return service_.in(); }
     const std::string& out() const { return service_.out(); }
 
-private:
+  private:
     // Each element of "Properties" names a command by its content "ID" and
     // sets members of its "Content" and of its "Content"."Property".
     void applyPropertyOverrides(CParseJson& json);

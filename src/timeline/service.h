@@ -10,7 +10,7 @@
 #include "messages/parse_json.h"
 
 class MeService {
-public:
+  public:
     // element is the MLT XML element name of the owner's kind.
     explicit MeService(const char* element);
     virtual ~MeService() = default;
@@ -41,7 +41,7 @@ public:
     void setOut(const std::string& out) { out_ = out; }
     void setGlobal(bool global) { global_ = global; }
 
-private:
+  private:
     std::string title_;
     std::string id_;
     std::string element_;

@@ -10,7 +10,15 @@ namespace {
 const char kEncoding[] = "UTF-8";
 const char kSaveEncoding[] = "utf-8";
 constexpr int kIndented = 1;
+const char kXmlVersion[] = "1.0";
 }  // namespace
+
+XmlDocument newXmlDocument(const char* rootName) {
+    XmlDocument document(xmlNewDoc(reinterpret_cast<const xmlChar*>(kXmlVersion)));
+    xmlDocSetRootElement(document.get(),
+                         xmlNewNode(nullptr, reinterpret_cast<const xmlChar*>(rootName)));
+    return document;
+}
 
 XmlDocument readXmlFile(const std::string& path, int options) {
     return XmlDocument(xmlReadFile(path.c_str(), kEncoding, options));

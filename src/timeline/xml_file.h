@@ -7,6 +7,9 @@
 
 #include "timeline/xml_tree.h"
 
+// An XML 1.0 document holding only a root element of the given name.
+XmlDocument newXmlDocument(const char* rootName);
+
 // xmlReadFile with the encoding "UTF-8" and the given libxml2 options;
 // empty when the file cannot be read or parsed.
 XmlDocument readXmlFile(const std::string& path, int options);

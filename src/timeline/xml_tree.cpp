@@ -3,7 +3,6 @@
 #include "timeline/decimal_text.h"
 #include "timeline/model_names.h"
 
-
 namespace {
 
 struct XmlCharFree {
@@ -11,13 +10,17 @@ struct XmlCharFree {
 };
 using XmlText = std::unique_ptr<xmlChar, XmlCharFree>;
 
-const xmlChar* xmlText(const char* text) { return reinterpret_cast<const xmlChar*>(text); }
+const xmlChar* xmlText(const char* text) {
+    return reinterpret_cast<const xmlChar*>(text);
+}
 
 }  // namespace
 
 namespace xmltree {
 
-bool isElement(xmlNodePtr node) { return node != nullptr && node->type == XML_ELEMENT_NODE; }
+bool isElement(xmlNodePtr node) {
+    return node != nullptr && node->type == XML_ELEMENT_NODE;
+}
 
 bool hasName(xmlNodePtr node, const char* name) {
     return isElement(node) && xmlStrcmp(node->name, xmlText(name)) == 0;

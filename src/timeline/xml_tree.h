@@ -20,6 +20,16 @@ bool isElement(xmlNodePtr node);
 // An element whose name is exactly name.
 bool hasName(xmlNodePtr node, const char* name);
 
+// Calls visit with every element child of parent, in document order.
+template <typename Visit>
+void forEachElement(xmlNodePtr parent, Visit visit) {
+    for (xmlNodePtr child = parent->children; child != nullptr; child = child->next) {
+        if (isElement(child)) {
+            visit(child);
+        }
+    }
+}
+
 // A new empty child element.
 xmlNodePtr appendElement(xmlNodePtr parent, const char* name);
 // A new child element holding text (escaped as needed).

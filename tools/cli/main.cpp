@@ -36,7 +36,9 @@ const char kUsage[] =
     "                        control NAME [CONTENT_JSON]   (type 2)\n"
     "                        body TYPE BODY_JSON           (a whole body)\n"
     "                        expect VALUE    stop unless the last result equals VALUE\n"
+    "                        export CONTENT_JSON   EXPORT_MOVIE with a progress bar\n"
     "                        sleep MS | close | # comment\n"
+    "  --export JSON       render with EXPORT_MOVIE and show its progress\n"
     "  --record FILE       write every request sent, each followed by an expect\n"
     "                      line holding its result: a session to replay later\n"
     "  --replay FILE       run a recorded session, report every result that\n"
@@ -79,6 +81,7 @@ int main(int argc, char** argv) {
     std::string bodySource;
     std::string scriptSource;
     std::string recordPath;
+    std::string exportContent;
     std::vector<std::string> positional;
     for (int i = 1; i < argc; ++i) {
         std::string arg = argv[i];
@@ -107,6 +110,8 @@ int main(int argc, char** argv) {
         } else if (arg == "--replay") {
             scriptSource = next("a file");
             options.keepGoing = true;
+        } else if (arg == "--export") {
+            exportContent = next("the EXPORT_MOVIE content");
         } else if (arg == "--close") {
             closeAfter = true;
         } else if (arg == "-q" || arg == "--quiet") {
@@ -122,7 +127,8 @@ int main(int argc, char** argv) {
             positional.push_back(arg);
         }
     }
-    if (positional.empty() && bodySource.empty() && scriptSource.empty() && !closeAfter) {
+    if (positional.empty() && bodySource.empty() && scriptSource.empty() &&
+        exportContent.empty() && !closeAfter) {
         std::cerr << kUsage;
         return kExitUsage;
     }
@@ -149,12 +155,21 @@ int main(int argc, char** argv) {
     Session session(client, options, std::cout);
     int code = kExitOk;
     try {
-        if (!scriptSource.empty()) {
-            std::stringstream script(readAll(scriptSource));
+        if (scriptSource == "-") {
+            code = session.runScript(std::cin);
+        } else if (!scriptSource.empty()) {
+            // Read as the lines arrive: a script may be a pipe fed during the session.
+            std::ifstream script(scriptSource);
+            if (!script) {
+                throw std::runtime_error("cannot read " + scriptSource);
+            }
             code = session.runScript(script);
         }
         if (code == kExitOk && !bodySource.empty()) {
             code = session.sendBody(static_cast<uint16_t>(type), readAll(bodySource));
+        }
+        if (code == kExitOk && !exportContent.empty()) {
+            code = session.runLine("export " + exportContent);
         }
         if (code == kExitOk && !positional.empty()) {
             code = session.send(control ? kControlMessage : kCommandMessage, positional[0],

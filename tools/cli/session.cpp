@@ -3,6 +3,7 @@
 #include <iostream>
 #include <sstream>
 
+#include "cli/export_progress.h"
 #include "platform/platform.h"
 
 namespace {
@@ -131,6 +132,13 @@ int Session::runLine(const std::string& rawLine) {
         platform::sleepMilliseconds(std::stol(rest.empty() ? "0" : rest));
         return kExitOk;
     }
+    if (verb == "export") {
+        // A whole render: EXPORT_MOVIE, then progress until it has stopped.
+        if (options_.record) {
+            *options_.record << line << "\n";
+        }
+        return runExportWithProgress(client_, rest, out_) == 0 ? kExitOk : kExitRequestFailed;
+    }
     if (verb == "close") {
         if (options_.record) {
             *options_.record << line << "\n";
@@ -138,7 +146,7 @@ int Session::runLine(const std::string& rawLine) {
         return close();
     }
     std::cerr << "line " << lineNumber_ << ": unknown verb '" << verb
-              << "' (command, control, body, expect, sleep, close)\n";
+              << "' (command, control, body, export, expect, sleep, close)\n";
     return kExitUsage;
 }
 

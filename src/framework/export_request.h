@@ -1,0 +1,10 @@
+// The parts of EXPORT_MOVIE's content that become export settings as they
+// stand: the "Video" and "Audio" objects.
+#pragma once
+
+#include "messages/parse_json.h"
+#include "player/export_settings.h"
+
+// Reads the optional "Video" and "Audio" objects. Their members are texts; a
+// member sent as a JSON number counts as missing and stays empty.
+void readExportStreams(CParseJson& content, ExportSettings& settings);

@@ -1,0 +1,53 @@
+// Export, pictures, probing and audio levels: the player owns the objects
+// these need (the export session, the frame grabber, the engine start) and
+// hands the work to the modules that do it.
+#include "player/hw_accel.h"
+#include "player/media_audio_waveform.h"
+#include "player/media_probe.h"
+#include "player/media_snapshot.h"
+#include "player/media_thumbnails.h"
+#include "player/player.h"
+
+void MePlayer::exportMovie(const ExportSettings& settings) {
+    export_.start(settings, profileName);
+}
+
+void MePlayer::closeExport() {
+    export_.close();
+}
+
+int MePlayer::getExportTotalFrames() {
+    return export_.totalFrames();
+}
+
+bool MePlayer::isExportStopped() {
+    return export_.isStopped();
+}
+
+int MePlayer::getExportCurrentPosition() {
+    return export_.currentPosition(cachePath_);
+}
+
+std::string MePlayer::getHwAccelAbility() {
+    return ::getHwAccelAbility();
+}
+
+bool MePlayer::snapPic(int position, const std::string& profile, const std::string& fileName,
+                       const std::string& outFile) {
+    ensureFactory();
+    return snapPicture(position, profile, fileName, outFile);
+}
+
+bool MePlayer::snapMultiPic_Quick(const std::vector<int>& positions, const PictureSpec& spec,
+                                  const std::string& fileName, const std::string& outDir) {
+    return snapMultiPicQuick(grabber_, positions, spec, fileName, outDir);
+}
+
+bool MePlayer::makeAudioThumb(const std::string& fileName, const std::string& outFile) {
+    return makeAudioThumbFile(profileName, fileName, outFile);
+}
+
+std::string MePlayer::getProperty(const std::string& fileName, const std::string& fileType) {
+    ensureFactory();
+    return getMediaProperty(profileName, fileName, fileType);
+}

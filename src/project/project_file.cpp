@@ -1,0 +1,100 @@
+// The project document: the object model itself, under a "Quillavant" root.
+#include <libxml/parser.h>
+
+#include "project/project.h"
+#include "timeline/compose_clip.h"
+#include "timeline/model_names.h"
+#include "timeline/xml_file.h"
+#include "timeline/xml_tree.h"
+
+namespace {
+
+// libxml2's XML_PARSE_RECOVER.
+constexpr int kProjectParseOptions = 1;
+
+template <typename Object>
+const Object& heldObject(const std::shared_ptr<Object>& object) {
+    return *object;
+}
+
+template <typename Key, typename Object>
+const Object& heldObject(const std::pair<const Key, std::shared_ptr<Object>>& entry) {
+    return *entry.second;
+}
+
+// Appends a container element with every object's own element, or nothing
+// when there are no objects.
+template <typename Objects>
+void writeContainer(xmlNodePtr root, const char* name, const char* type, const Objects& objects) {
+    if (objects.empty()) {
+        return;
+    }
+    xmlNodePtr container = xmltree::appendElement(root, name);
+    if (type != nullptr) {
+        xmltree::setAttribute(container, projectxml::kTypeAttribute, type);
+    }
+    for (const auto& object : objects) {
+        heldObject(object).writeXml(container);
+    }
+}
+
+}  // namespace
+
+bool MeProject::saveProject(const std::string& file) const {
+    XmlDocument document = newXmlDocument(projectxml::kRoot);
+    xmlNodePtr root = xmlDocGetRootElement(document.get());
+    writeContainer(root, projectxml::kClips, nullptr, clips_);
+    writeContainer(root, projectxml::kTracks, projectxml::kVideoTracksType, videoTracks_);
+    writeContainer(root, projectxml::kTracks, projectxml::kAudioTracksType, audioTracks_);
+    writeContainer(root, projectxml::kTransitions, nullptr, transitions_);
+    writeContainer(root, projectxml::kFilters, nullptr, mainFilters_);
+    // The client is told the save succeeded even when the file could not be
+    // written; the previous file then stays as it was.
+    writeXmlDocument(document.get(), file);
+    return true;
+}
+
+bool MeProject::loadProject(const std::string& file) {
+    clear();
+    XmlDocument document = readXmlFile(file, kProjectParseOptions);
+    xmlNodePtr root = document ? xmlDocGetRootElement(document.get()) : nullptr;
+    if (!xmltree::hasName(root, projectxml::kRoot)) {
+        return false;
+    }
+    xmltree::forEachElement(root, [this](xmlNodePtr container) {
+        if (xmltree::hasName(container, projectxml::kClips)) {
+            xmltree::forEachElement(container, [this](xmlNodePtr node) {
+                std::shared_ptr<MeClip> clip;
+                if (xmltree::hasName(node, projectxml::kComposeClip)) {
+                    clip = std::make_shared<MeComposeClip>();
+                } else {
+                    clip = std::make_shared<MeClip>();
+                }
+                clip->readXml(node);
+                clips_.emplace(clip->id(), clip);
+            });
+        } else if (xmltree::hasName(container, projectxml::kTracks)) {
+            std::string type;
+            xmltree::readAttribute(container, projectxml::kTypeAttribute, type);
+            Tracks& tracks = type == projectxml::kAudioTracksType ? audioTracks_ : videoTracks_;
+            xmltree::forEachElement(container, [&tracks](xmlNodePtr node) {
+                auto track = std::make_shared<MeTractor>();
+                track->readXml(node);
+                tracks.emplace(track->id(), track);
+            });
+        } else if (xmltree::hasName(container, projectxml::kTransitions)) {
+            xmltree::forEachElement(container, [this](xmlNodePtr node) {
+                auto transition = std::make_shared<MeTransition>();
+                transition->readXml(node);
+                transitions_.emplace(transition->id(), transition);
+            });
+        } else if (xmltree::hasName(container, projectxml::kFilters)) {
+            xmltree::forEachElement(container, [this](xmlNodePtr node) {
+                auto filter = std::make_shared<MeFilter>();
+                filter->readXml(node);
+                mainFilters_.push_back(filter);
+            });
+        }
+    });
+    return true;
+}
