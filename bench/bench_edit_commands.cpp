@@ -16,8 +16,7 @@
 
 #include "client/pipe_client.h"
 #include "client/service_launcher.h"
-#include "framework/quillavant_framework.h"
-#include "host/log.h"
+#include "project/project.h"
 
 namespace {
 
@@ -137,22 +136,21 @@ class EditSession {
 class TimelineWriter {
   public:
     explicit TimelineWriter(const std::string& directory) : directory_(directory) {
-        framework_.runCommandMessage(makeRequestBody("1", "ADD_TRACK", trackContent()));
+        CParseJson track;
+        track.parse(trackContent());
+        project_.addTrack(track);
     }
 
     double measureAt(int count) {
-        std::string batch = R"({"ID":"grow","Action":[)";
-        bool first = true;
         for (; clips_ < count; ++clips_) {
-            batch += (first ? "" : ",") + std::string(R"({"Command":"ADD_CLIP","Content":)") +
-                     clipContent(clips_) + "}";
-            first = false;
+            CParseJson clip;
+            clip.parse(clipContent(clips_));
+            project_.addClip(clip);
         }
-        framework_.runCommandMessage(batch + "]}");
         std::vector<double> samples;
         for (int i = 0; i < kSaveCount; ++i) {
             auto start = Clock::now();
-            framework_.project().writeTimelineXml(directory_ + "/timeline.xml");
+            project_.writeTimelineXml(directory_ + "/timeline.xml");
             samples.push_back(millisecondsSince(start));
         }
         return median(samples);
@@ -160,7 +158,7 @@ class TimelineWriter {
 
   private:
     std::string directory_;
-    CQuillavantFramework framework_;
+    MeProject project_;
     int clips_ = 0;
 };
 

@@ -28,6 +28,12 @@ CommandOutcome answerQuery(CommandContext& context, const CmdMessage&) {
 
 enum class HistoryPoint { No, Yes };
 
+// How an editing command ends its log lines inside a batch.
+enum class BatchClosing {
+    Ok,            // "Return [%s] command Ok" whatever the steps answered
+    ErrorIfFalse,  // "Return [%s] command Error" when the step fails, else nothing
+};
+
 struct CommandEntry {
     const char* name;
     CommandHandler handler;
@@ -35,90 +41,24 @@ struct CommandEntry {
     HistoryPoint point;
     // Replaces "Receive [%s] command" for the two batch commands.
     const char* receivedText;
+    // The step a batch runs for this command; none for the commands a batch
+    // skips.
+    EditStep batchStep;
+    BatchClosing batchClosing;
 };
 
-// In the order the client's protocol has always tested the names.
-const CommandEntry kCommands[] = {
-    {"OPEN_MOVIE", commands::openMovie, kLogInfo, HistoryPoint::No, nullptr},
-    {"PRE_ISAUDIOVALID", answerQuery<&MePlayer::isAudioValid>, kLogInfo, HistoryPoint::No,
-     nullptr},
-    {"PRE_ISEXPORTSTOP", answerQuery<&MePlayer::isExportStopped>, kLogInfo, HistoryPoint::No,
-     nullptr},
-    {"PRE_GETCURRENTTIME", answerQuery<&MePlayer::getCurrentTime>, kLogDebug, HistoryPoint::No,
-     nullptr},
-    {"PRE_GETFPS", answerQuery<&MePlayer::getFps>, kLogDebug, HistoryPoint::No, nullptr},
-    {"PRE_GETTOTALTIME", answerQuery<&MePlayer::getTotalTime>, kLogDebug, HistoryPoint::No,
-     nullptr},
-    {"PRE_GETCURRENTPOS", answerQuery<&MePlayer::getCurrentPosition>, kLogDebug,
-     HistoryPoint::No, nullptr},
-    {"PRE_GETEXPORTCURRENTPOS", answerQuery<&MePlayer::getExportCurrentPosition>, kLogDebug,
-     HistoryPoint::No, nullptr},
-    {"PRE_GETTOTALFRAME", answerQuery<&MePlayer::getTotalFrames>, kLogDebug, HistoryPoint::No,
-     nullptr},
-    {"PRE_GETEXPORTTOTALFRAME", answerQuery<&MePlayer::getExportTotalFrames>, kLogDebug,
-     HistoryPoint::No, nullptr},
-    {"PRE_GETTOTALTIME_STR", commands::totalTimeText, kLogDebug, HistoryPoint::No, nullptr},
-    {"PRE_GETCURRENTTIME_STR", commands::currentTimeText, kLogDebug, HistoryPoint::No, nullptr},
-    {"PRE_STOP_CONSUMER", answerQuery<&MePlayer::stopConsumer>, kLogInfo, HistoryPoint::No,
-     nullptr},
-    {"PRE_START_CONSUMER", answerQuery<&MePlayer::startConsumer>, kLogInfo, HistoryPoint::No,
-     nullptr},
-    {"GET_PORPERTY", commands::getProperty, kLogDebug, HistoryPoint::No, nullptr},
-    {"GET_MLT_FILE", answerQuery<&MePlayer::getMltFile>, kLogInfo, HistoryPoint::No, nullptr},
-    {"ADD_TRACK", runEdit<editing::addTrack>, kLogInfo, HistoryPoint::Yes, nullptr},
-    {"ALTER_TRACK", runEdit<editing::deleteTrack>, kLogInfo, HistoryPoint::Yes, nullptr},
-    {"DELETE_TRACK", runEdit<editing::deleteTrack>, kLogInfo, HistoryPoint::Yes, nullptr},
-    {"DELETE_ALL_TRACK", runEdit<editing::deleteAllTrack>, kLogInfo, HistoryPoint::Yes, nullptr},
-    {"ADD_CLIP", runEdit<editing::addClip>, kLogInfo, HistoryPoint::Yes, nullptr},
-    // Compose-clip edits leave the history alone: an undo right after one
-    // also undoes the edit recorded before it.
-    {"ADD_COMPOSE_CLIP", runEdit<editing::addComposeClip>, kLogInfo, HistoryPoint::No, nullptr},
-    {"DELETE_CLIP", runEdit<editing::deleteClip>, kLogInfo, HistoryPoint::Yes, nullptr},
-    {"DELETE_ALL_CLIP", runEdit<editing::deleteAllClip>, kLogInfo, HistoryPoint::Yes, nullptr},
-    {"ALTER_CLIP", runEdit<editing::alterClip>, kLogInfo, HistoryPoint::Yes, nullptr},
-    {"ALTER_COMPOSE_CLIP", runEdit<editing::alterComposeClip>, kLogInfo, HistoryPoint::No,
-     nullptr},
-    {"ADD_TRANSITION", runEdit<editing::addTransition>, kLogInfo, HistoryPoint::Yes, nullptr},
-    {"ALTER_TRANSITION", runEdit<editing::alterTransition>, kLogInfo, HistoryPoint::Yes, nullptr},
-    {"DELETE_TRANSITION", runEdit<editing::deleteTransition>, kLogInfo, HistoryPoint::Yes,
-     nullptr},
-    {"UNDO_LAST_ACTION", commands::undoLastAction, kLogInfo, HistoryPoint::No, nullptr},
-    {"REDO_LAST_ACTION", commands::redoLastAction, kLogInfo, HistoryPoint::No, nullptr},
-    {"UPDATE_TEXTFILTER", commands::updateTextFilter, kLogInfo, HistoryPoint::No, nullptr},
-    {"CLOSE_MOVIE", commands::closeMovie, kLogInfo, HistoryPoint::No, nullptr},
-    {"DELETE_BATCH_TRANSCLIP", commands::deleteBatchTransClip, kLogInfo, HistoryPoint::Yes,
-     fwlog::kBatchDeleteReceived},
-    {"ADD_BATCH_CLIP", commands::addBatchClip, kLogInfo, HistoryPoint::Yes,
-     fwlog::kBatchClipReceived},
-    {"ADD_FILTER", runEdit<editing::addFilter>, kLogInfo, HistoryPoint::Yes, nullptr},
-    {"ALTER_FILTER", runEdit<editing::alterFilter>, kLogInfo, HistoryPoint::Yes, nullptr},
-    {"DELETE_FILTER", runEdit<editing::deleteFilter>, kLogInfo, HistoryPoint::Yes, nullptr},
-    {"ADD_MULTI_FILTER", runEdit<editing::addMultiFilter>, kLogInfo, HistoryPoint::Yes, nullptr},
-    {"ALTER_MULTI_FILTER", runEdit<editing::alterMultiFilter>, kLogInfo, HistoryPoint::Yes,
-     nullptr},
-    {"SAVE_PROJECT", commands::saveProject, kLogInfo, HistoryPoint::Yes, nullptr},
-    {"LOAD_PROJECT", commands::loadProject, kLogInfo, HistoryPoint::Yes, nullptr},
-    {"CLEAR_PROJECT", runEdit<editing::clearProject>, kLogInfo, HistoryPoint::Yes, nullptr},
-    {"SAVE_MLT_FILE", commands::saveMltFile, kLogInfo, HistoryPoint::No, nullptr},
-    {"PRE_SET_LOGDIRECTORY", commands::setLogDirectory, kLogInfo, HistoryPoint::No, nullptr},
-    {"ALTER_SCENE_RESOURSE", commands::alterSceneResource, kLogInfo, HistoryPoint::No, nullptr},
-    {"GET_HWACCEL_ABILITY", answerQuery<&MePlayer::getHwAccelAbility>, kLogInfo,
-     HistoryPoint::No, nullptr},
-    {"HW_DECODE_ACCEL_ENABLE", commands::enableHardwareDecoding, kLogInfo, HistoryPoint::No,
-     nullptr},
-};
+CommandEntry query(const char* name, CommandHandler handler, int logLevel) {
+    return {name, handler, logLevel, HistoryPoint::No, nullptr, nullptr, BatchClosing::Ok};
+}
 
-// How a batch command ends its log lines.
-enum class BatchClosing {
-    Ok,            // "Return [%s] command Ok" whatever the steps answered
-    ErrorIfFalse,  // "Return [%s] command Error" when the step fails, else nothing
-};
+CommandEntry edit(const char* name, CommandHandler handler, HistoryPoint point, EditStep batchStep,
+                  BatchClosing batchClosing = BatchClosing::Ok) {
+    return {name, handler, kLogInfo, point, nullptr, batchStep, batchClosing};
+}
 
-struct EditEntry {
-    const char* name;
-    EditStep step;
-    BatchClosing closing;
-};
+CommandEntry batchCommand(const char* name, CommandHandler handler, const char* receivedText) {
+    return {name, handler, kLogInfo, HistoryPoint::Yes, receivedText, nullptr, BatchClosing::Ok};
+}
 
 // Inside a batch the project files are neither saved nor loaded: the step
 // only checks that the file is named.
@@ -127,35 +67,79 @@ bool namesProjectFile(EditTarget&, CParseJson& content) {
     return content.getString(fwkey::kFileName, fileName);
 }
 
-const EditEntry kEditCommands[] = {
-    {"ADD_TRACK", editing::addTrack, BatchClosing::Ok},
-    {"ALTER_TRACK", editing::deleteTrack, BatchClosing::Ok},
-    {"DELETE_TRACK", editing::deleteTrack, BatchClosing::Ok},
-    {"DELETE_ALL_TRACK", editing::deleteAllTrack, BatchClosing::Ok},
-    {"ADD_CLIP", editing::addClip, BatchClosing::Ok},
-    {"ADD_COMPOSE_CLIP", editing::addComposeClip, BatchClosing::Ok},
-    {"DELETE_CLIP", editing::deleteClip, BatchClosing::Ok},
-    {"DELETE_ALL_CLIP", editing::deleteAllClip, BatchClosing::Ok},
-    {"ALTER_CLIP", editing::alterClip, BatchClosing::Ok},
-    {"ALTER_COMPOSE_CLIP", editing::alterComposeClip, BatchClosing::Ok},
-    {"ADD_TRANSITION", editing::addTransition, BatchClosing::Ok},
-    {"ALTER_TRANSITION", editing::alterTransition, BatchClosing::Ok},
-    {"DELETE_TRANSITION", editing::deleteTransition, BatchClosing::Ok},
-    {"ADD_FILTER", editing::addFilter, BatchClosing::Ok},
-    {"ALTER_FILTER", editing::alterFilterInBatch, BatchClosing::Ok},
-    {"DELETE_FILTER", editing::deleteFilterInBatch, BatchClosing::Ok},
-    {"ADD_MULTI_FILTER", editing::addMultiFilter, BatchClosing::Ok},
-    {"ALTER_MULTI_FILTER", editing::alterMultiFilter, BatchClosing::Ok},
-    {"SAVE_PROJECT", namesProjectFile, BatchClosing::ErrorIfFalse},
-    {"LOAD_PROJECT", namesProjectFile, BatchClosing::ErrorIfFalse},
-    {"CLEAR_PROJECT", editing::clearProject, BatchClosing::Ok},
+// In the order the client's protocol has always tested the names.
+const CommandEntry kCommands[] = {
+    query("OPEN_MOVIE", commands::openMovie, kLogInfo),
+    query("PRE_ISAUDIOVALID", answerQuery<&MePlayer::isAudioValid>, kLogInfo),
+    query("PRE_ISEXPORTSTOP", answerQuery<&MePlayer::isExportStopped>, kLogInfo),
+    query("PRE_GETCURRENTTIME", answerQuery<&MePlayer::getCurrentTime>, kLogDebug),
+    query("PRE_GETFPS", answerQuery<&MePlayer::getFps>, kLogDebug),
+    query("PRE_GETTOTALTIME", answerQuery<&MePlayer::getTotalTime>, kLogDebug),
+    query("PRE_GETCURRENTPOS", answerQuery<&MePlayer::getCurrentPosition>, kLogDebug),
+    query("PRE_GETEXPORTCURRENTPOS", answerQuery<&MePlayer::getExportCurrentPosition>, kLogDebug),
+    query("PRE_GETTOTALFRAME", answerQuery<&MePlayer::getTotalFrames>, kLogDebug),
+    query("PRE_GETEXPORTTOTALFRAME", answerQuery<&MePlayer::getExportTotalFrames>, kLogDebug),
+    query("PRE_GETTOTALTIME_STR", commands::totalTimeText, kLogDebug),
+    query("PRE_GETCURRENTTIME_STR", commands::currentTimeText, kLogDebug),
+    query("PRE_STOP_CONSUMER", answerQuery<&MePlayer::stopConsumer>, kLogInfo),
+    query("PRE_START_CONSUMER", answerQuery<&MePlayer::startConsumer>, kLogInfo),
+    query("GET_PORPERTY", commands::getProperty, kLogDebug),
+    query("GET_MLT_FILE", answerQuery<&MePlayer::getMltFile>, kLogInfo),
+    edit("ADD_TRACK", runEdit<editing::addTrack>, HistoryPoint::Yes, editing::addTrack),
+    edit("ALTER_TRACK", runEdit<editing::deleteTrack>, HistoryPoint::Yes, editing::deleteTrack),
+    edit("DELETE_TRACK", runEdit<editing::deleteTrack>, HistoryPoint::Yes, editing::deleteTrack),
+    edit("DELETE_ALL_TRACK", runEdit<editing::deleteAllTrack>, HistoryPoint::Yes,
+         editing::deleteAllTrack),
+    edit("ADD_CLIP", runEdit<editing::addClip>, HistoryPoint::Yes, editing::addClip),
+    // Compose-clip edits leave the history alone: an undo right after one
+    // also undoes the edit recorded before it.
+    edit("ADD_COMPOSE_CLIP", runEdit<editing::addComposeClip>, HistoryPoint::No,
+         editing::addComposeClip),
+    edit("DELETE_CLIP", runEdit<editing::deleteClip>, HistoryPoint::Yes, editing::deleteClip),
+    edit("DELETE_ALL_CLIP", runEdit<editing::deleteAllClip>, HistoryPoint::Yes,
+         editing::deleteAllClip),
+    edit("ALTER_CLIP", runEdit<editing::alterClip>, HistoryPoint::Yes, editing::alterClip),
+    edit("ALTER_COMPOSE_CLIP", runEdit<editing::alterComposeClip>, HistoryPoint::No,
+         editing::alterComposeClip),
+    edit("ADD_TRANSITION", runEdit<editing::addTransition>, HistoryPoint::Yes,
+         editing::addTransition),
+    edit("ALTER_TRANSITION", runEdit<editing::alterTransition>, HistoryPoint::Yes,
+         editing::alterTransition),
+    edit("DELETE_TRANSITION", runEdit<editing::deleteTransition>, HistoryPoint::Yes,
+         editing::deleteTransition),
+    query("UNDO_LAST_ACTION", commands::undoLastAction, kLogInfo),
+    query("REDO_LAST_ACTION", commands::redoLastAction, kLogInfo),
+    query("UPDATE_TEXTFILTER", commands::updateTextFilter, kLogInfo),
+    query("CLOSE_MOVIE", commands::closeMovie, kLogInfo),
+    batchCommand("DELETE_BATCH_TRANSCLIP", commands::deleteBatchTransClip,
+                 fwlog::kBatchDeleteReceived),
+    batchCommand("ADD_BATCH_CLIP", commands::addBatchClip, fwlog::kBatchClipReceived),
+    edit("ADD_FILTER", runEdit<editing::addFilter>, HistoryPoint::Yes, editing::addFilter),
+    // A batch edits the running graph even when the model refused the change.
+    edit("ALTER_FILTER", runEdit<editing::alterFilter>, HistoryPoint::Yes,
+         editing::alterFilterInBatch),
+    edit("DELETE_FILTER", runEdit<editing::deleteFilter>, HistoryPoint::Yes,
+         editing::deleteFilterInBatch),
+    edit("ADD_MULTI_FILTER", runEdit<editing::addMultiFilter>, HistoryPoint::Yes,
+         editing::addMultiFilter),
+    edit("ALTER_MULTI_FILTER", runEdit<editing::alterMultiFilter>, HistoryPoint::Yes,
+         editing::alterMultiFilter),
+    edit("SAVE_PROJECT", commands::saveProject, HistoryPoint::Yes, namesProjectFile,
+         BatchClosing::ErrorIfFalse),
+    edit("LOAD_PROJECT", commands::loadProject, HistoryPoint::Yes, namesProjectFile,
+         BatchClosing::ErrorIfFalse),
+    edit("CLEAR_PROJECT", runEdit<editing::clearProject>, HistoryPoint::Yes, editing::clearProject),
+    query("SAVE_MLT_FILE", commands::saveMltFile, kLogInfo),
+    query("PRE_SET_LOGDIRECTORY", commands::setLogDirectory, kLogInfo),
+    query("ALTER_SCENE_RESOURSE", commands::alterSceneResource, kLogInfo),
+    query("GET_HWACCEL_ABILITY", answerQuery<&MePlayer::getHwAccelAbility>, kLogInfo),
+    query("HW_DECODE_ACCEL_ENABLE", commands::enableHardwareDecoding, kLogInfo),
 };
 
-template <typename Entry, size_t Count>
-const Entry* findEntry(const Entry (&table)[Count], const std::string& name) {
-    auto found = std::find_if(std::begin(table), std::end(table),
-                              [&name](const Entry& entry) { return name == entry.name; });
-    return found == std::end(table) ? nullptr : found;
+const CommandEntry* findCommand(const std::string& name) {
+    auto found = std::find_if(std::begin(kCommands), std::end(kCommands),
+                              [&name](const CommandEntry& entry) { return name == entry.name; });
+    return found == std::end(kCommands) ? nullptr : found;
 }
 
 }  // namespace
@@ -166,7 +150,7 @@ std::string commandResult(bool value) {
 
 std::string dispatchCommand(CommandContext& context, const CmdMessage& command) {
     std::string name = command.getCommand();
-    const CommandEntry* entry = findEntry(kCommands, name);
+    const CommandEntry* entry = findCommand(name);
     if (entry == nullptr) {
         writeLog(kLogDebug, fwlog::kCommandReceived, name.c_str());
         writeLog(kLogDebug, fwlog::kCommandOk, name.c_str());
@@ -197,14 +181,14 @@ std::string dispatchCommand(CommandContext& context, const CmdMessage& command) 
 
 bool dispatchEditCommand(EditTarget& target, const CmdMessage& command) {
     std::string name = command.getCommand();
-    const EditEntry* entry = findEntry(kEditCommands, name);
-    if (entry == nullptr) {
+    const CommandEntry* entry = findCommand(name);
+    if (entry == nullptr || entry->batchStep == nullptr) {
         return false;
     }
     writeLog(kLogInfo, fwlog::kCommandReceived, name.c_str());
     CParseJson content = command.getContent();
-    bool result = entry->step(target, content);
-    if (entry->closing == BatchClosing::Ok) {
+    bool result = entry->batchStep(target, content);
+    if (entry->batchClosing == BatchClosing::Ok) {
         writeLog(kLogInfo, fwlog::kCommandOk, name.c_str());
     } else if (!result) {
         writeLog(kLogError, fwlog::kCommandError, name.c_str());

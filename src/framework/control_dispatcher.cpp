@@ -351,8 +351,9 @@ const ControlEntry kControls[] = {
 
 bool runControl(MePlayer& player, MeProject& project, const CmdMessage& control) {
     std::string name = control.getCommand();
-    auto entry = std::find_if(std::begin(kControls), std::end(kControls),
-                              [&name](const ControlEntry& candidate) { return name == candidate.name; });
+    auto entry =
+        std::find_if(std::begin(kControls), std::end(kControls),
+                     [&name](const ControlEntry& candidate) { return name == candidate.name; });
     if (entry == std::end(kControls)) {
         return true;
     }

@@ -111,8 +111,7 @@ CommandOutcome loadProject(CommandContext& context, const CmdMessage& command) {
 
 CommandOutcome undoLastAction(CommandContext& context, const CmdMessage&) {
     context.history.undo(context.project);
-    writeLog(kLogVerbose, fwlog::kBackToLastPoint, context.history.index(),
-             context.history.size());
+    writeLog(kLogVerbose, fwlog::kBackToLastPoint, context.history.index(), context.history.size());
     return {commandResult(true)};
 }
 

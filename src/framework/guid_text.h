@@ -10,13 +10,13 @@
 #include "platform/platform.h"
 
 class GuidGenerator {
-public:
+  public:
     // The identifier for a clock reading, as 36 lower-case hexadecimal
     // characters and hyphens. Readings within one millisecond still differ:
     // a counter is added to the time of each repeat.
     std::string next(const platform::WallClock& now);
 
-private:
+  private:
     void seedNode(const platform::WallClock& now);
 
     bool seeded_ = false;

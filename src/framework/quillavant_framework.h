@@ -9,7 +9,7 @@
 #include "project/project.h"
 
 class CQuillavantFramework {
-public:
+  public:
     // Creates the player, the empty project and the empty history, in that
     // order, then loads the effect catalogues from beside the host executable.
     CQuillavantFramework();
@@ -31,7 +31,7 @@ public:
     MeProject& project() { return project_; }
     const UndoHistory& history() const { return history_; }
 
-private:
+  private:
     MePlayer player_;
     MeProject project_;
     UndoHistory history_;

@@ -10,7 +10,7 @@
 #include "project/project.h"
 
 class UndoHistory {
-public:
+  public:
     // Records the project as it is now as the newest state, after dropping
     // the states that an undo stepped back over. Returns the new index.
     int recordPoint(const MeProject& project);
@@ -25,7 +25,7 @@ public:
     int index() const { return index_; }
     int size() const { return static_cast<int>(snapshots_.size()); }
 
-private:
+  private:
     std::vector<std::unique_ptr<MeProject>> snapshots_;
     int index_ = -1;
 };

@@ -64,11 +64,6 @@ inline PacketPtr makePacket() {
     return PacketPtr(av_packet_alloc());
 }
 
-// A new reference to the same picture data, or null.
-inline FramePtr cloneFrame(const AVFrame* frame) {
-    return FramePtr(av_frame_clone(frame));
-}
-
 // Opens path and reads its stream information; null when either step fails.
 InputFormatPtr openInput(const std::string& path);
 

@@ -32,8 +32,8 @@ bool optionalFrames(CParseJson& content, const char* key, int& value) {
 // A clip's source producer, through the default loader: "<service>:<resource>".
 mltgraph::ProducerHandle makeSource(mlt_profile profile, const std::string& service,
                                     const std::string& resource) {
-    const std::string spec = service + ":" + resource;
-    return mltgraph::ProducerHandle(mlt_factory_producer(profile, nullptr, spec.c_str()));
+    const std::string locator = service + ":" + resource;
+    return mltgraph::ProducerHandle(mlt_factory_producer(profile, nullptr, locator.c_str()));
 }
 
 void resizeFreeze(mlt_playlist playlist, int index, int frame) {
@@ -54,7 +54,7 @@ void replaceFreeze(mlt_playlist playlist, int index, mlt_producer producer, int 
 }
 
 // The leading blank of an altered clip: n frames, none when n is 0.
-void setLeadingBlank(mlt_playlist playlist, int n) {
+void applyBlankLength(mlt_playlist playlist, int n) {
     if (n < 0) {
         return;
     }
@@ -226,7 +226,7 @@ bool MltHelper::alterClip(CParseJson& content, mlt_profile profile) {
         int blank = 0;
         if (optionalFrames(content, kBlankLength, blank)) {
             writeLog(kLogInfo, "%s", mltlog::kAlterResizeBlank);
-            setLeadingBlank(playlist, blank);
+            applyBlankLength(playlist, blank);
         }
     }
 

@@ -39,6 +39,8 @@ class MltHelper {
 
     // Clip placements (each a playlist of its own inside a track tractor).
     bool addClip(CParseJson& content, mlt_profile profile);
+    // A change of in and out on the same resource resizes the clip in place
+    // and fires "subclip-changed" (no event data) on its source producer.
     bool alterClip(CParseJson& content, mlt_profile profile);
     bool deleteClip(CParseJson& content);
     bool deleteAllClip(CParseJson& content);
@@ -70,7 +72,7 @@ class MltHelper {
     // Where dumpGraph writes.
     std::string dumpPath() const;
 
-    // Readers of the graph's layout, shared with the player's diagnostics.
+    // Readers of the graph's layout; they change nothing.
     // The multitrack index of a fixed track name (unknown names give 0).
     static int trackIndexOf(const std::string& name);
     // The first entry that is neither a blank nor repeated; -1 when none.

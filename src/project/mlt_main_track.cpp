@@ -14,20 +14,35 @@ void dropTailFreeze(mlt_playlist playlist, bool used) {
     }
 }
 
-// Gives the leading blank of a clip playlist a new length; a blank that
-// would have no frames is removed rather than handed to MLT, which reads a
-// negative out point as its own default length.
-void resizeLeadingBlank(mlt_playlist playlist, int length) {
-    // Every resize makes the multitrack re-measure all its tracks; a blank
-    // that already has its length is left alone so a re-layout stays linear.
-    if (mltgraph::entryIsBlank(playlist, 0) && mltgraph::entryFrames(playlist, 0) == length) {
+// Gives a clip playlist a leading blank of length frames. A blank that would
+// have no frames is removed rather than handed to MLT, which reads a negative
+// out point as its own default length; a playlist that starts with anything
+// but a blank gets one inserted instead of having that entry resized.
+void setLeadingBlank(mlt_playlist playlist, int length) {
+    if (!mltgraph::entryIsBlank(playlist, 0)) {
+        if (length > 0) {
+            mlt_playlist_insert_blank(playlist, 0, length - 1);
+        }
+        return;
+    }
+    // Every resize makes the multitrack re-measure all its tracks, so a blank
+    // that already has its length is left alone.
+    if (mltgraph::entryFrames(playlist, 0) == length) {
         return;
     }
     if (length > 0) {
         mlt_playlist_resize_clip(playlist, 0, 0, length - 1);
-    } else if (mltgraph::entryIsBlank(playlist, 0)) {
+    } else {
         mlt_playlist_remove(playlist, 0);
     }
+}
+
+// The frames of a head freeze: a repeated entry right after the blank (or
+// first, without a blank) that is not the playlist's last entry.
+int headFreezeLength(mlt_playlist playlist) {
+    int head = mltgraph::entryIsBlank(playlist, 0) ? 1 : 0;
+    int repeat = mltgraph::entryRepeat(playlist, head);
+    return repeat > 1 && head < mltgraph::entryCount(playlist) - 1 ? repeat : 0;
 }
 
 }  // namespace
@@ -145,17 +160,8 @@ void MltHelper::relayoutMainTrack(mlt_tractor tractor) {
         if (playlist == nullptr) {
             continue;
         }
-        int start = trackStart(multitrack, i);
-        int entries = mlt_playlist_count(playlist);
-        // Entry 0 is taken to be the blank in front of the clip.
-        if (entries > 2) {
-            int repeat = mltgraph::entryRepeat(playlist, 1);
-            resizeLeadingBlank(playlist, repeat > 1 ? start - repeat : start);
-        } else if (entries == 2) {
-            resizeLeadingBlank(playlist, start);
-        } else {
-            mlt_playlist_insert_blank(playlist, 0, start - 1);
-        }
+        // The head freeze lies in front of the clip's start, taken out of the blank.
+        setLeadingBlank(playlist, trackStart(multitrack, i) - headFreezeLength(playlist));
     }
     retimeTransitions(tractor);
     mlt_tractor_refresh(tractor);

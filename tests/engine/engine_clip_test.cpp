@@ -125,6 +125,20 @@ TEST_F(EngineGraphTest, AddClipWhoseProducerCannotBeMadeFailsAndLeavesTheEmptyPl
     EXPECT_EQ(entries("n1"), "blank(10)");
 }
 
+TEST_F(EngineGraphTest, AMainTrackPlaylistHoldingOnlyABlankKeepsOneBlank) {
+    CParseJson failing = content(R"({"TrackID":"Track0","ID":"f1","Index":-1,"BlankLength":"10",
+        "MltService":"no_such_service","Resource":"x","In":"0","Out":"9"})");
+    EXPECT_FALSE(helper().addClip(failing, profile()));
+    for (const char* id : {"n1", "n2"}) {
+        CParseJson add = content(addClipJson("Track0", id, -1, 0, 24));
+        ASSERT_TRUE(helper().addClip(add, profile()));
+    }
+    EXPECT_EQ(tracks("Track0"), "c1 c2 c3 f1 n1 n2");
+    EXPECT_EQ(entries("f1"), "blank(200)");
+    EXPECT_EQ(entries("n1"), "blank(200) 0-24");
+    EXPECT_EQ(entries("n2"), "blank(225) 0-24");
+}
+
 TEST_F(EngineGraphTest, AddClipWithAFieldMissingOrOfAnotherKindChangesNothing) {
     const char* bodies[] = {
         R"({"ID":"n1","Index":0,"MltService":"avformat","Resource":"r","In":"0","Out":"9"})",

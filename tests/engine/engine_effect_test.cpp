@@ -48,7 +48,12 @@ TEST_F(EngineEffectTest, MainTrackTransitionHoldsTheFramesAroundTheCut) {
     EXPECT_EQ(property(query.found, "out"), "104");
     EXPECT_EQ(property(query.parent, "id"), "Track0");
     // Both freezes hold frames of the clips' own sources.
-    EXPECT_EQ(mainSource(playlist("c2")), mainSource(playlist("c2")));
+    mlt_playlist_clip_info tail;
+    ASSERT_EQ(mlt_playlist_get_clip_info(playlist("c1"), &tail, 1), 0);
+    EXPECT_EQ(mlt_producer_cut_parent(tail.producer), mainSource(playlist("c1")));
+    mlt_playlist_clip_info head;
+    ASSERT_EQ(mlt_playlist_get_clip_info(playlist("c2"), &head, 1), 0);
+    EXPECT_EQ(mlt_producer_cut_parent(head.producer), mainSource(playlist("c2")));
 }
 
 TEST_F(EngineEffectTest, TheSavedGraphCarriesTheFreezesAndTheTransition) {
@@ -91,6 +96,16 @@ TEST_F(EngineEffectTest, ReLayoutMovesTheFreezesAndRetimesTheTransition) {
     ASSERT_TRUE(helper().addClip(append, profile()));
     EXPECT_EQ(entries("n1"), "blank(180) 0-24");
     EXPECT_EQ(describeTransitions(tractor("Track0")), "t1 0/1 70-84");
+}
+
+TEST_F(EngineEffectTest, AMainTrackClipGetsItsBlankBackInFrontOfItsHeadFreeze) {
+    addMainTrackTransition();
+    CParseJson noBlank = content(R"({"ID":"c2","TrackID":"Track0","IndexNew":1,"IndexOld":1,
+        "In":"0","Out":"49","BlankLength":"0","MltService":"avformat","Resource":")" +
+                                 media_ + "\"}");
+    ASSERT_TRUE(helper().alterClip(noBlank, profile()));
+    EXPECT_EQ(entries("c2"), "blank(90) 0-0x10 0-49");
+    EXPECT_EQ(describeTransitions(tractor("Track0")), "t1 0/1 90-104");
 }
 
 TEST_F(EngineEffectTest, ReplacingTheSourceCarriesTheFreezesOver) {

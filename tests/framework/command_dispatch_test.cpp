@@ -112,8 +112,7 @@ TEST_F(CommandDispatchTest, FilterEditsReachThePlayerOnlyAfterTheModelAcceptedTh
     EXPECT_EQ(project().mainFilters().size(), 1u);
 
     // An accepted deletion goes on to the player, which has no preview.
-    EXPECT_EQ(command("DELETE_FILTER", R"({"FilterID":"f1","TrackID":"maintractor"})"),
-              kFalseText);
+    EXPECT_EQ(command("DELETE_FILTER", R"({"FilterID":"f1","TrackID":"maintractor"})"), kFalseText);
     EXPECT_TRUE(project().mainFilters().empty());
     EXPECT_TRUE(log.has(kLogError, kPlayerRefused));
 }
@@ -230,8 +229,7 @@ TEST_F(CommandDispatchTest, MissingFileFieldsEndWithTheirOwnLines) {
         LogCapture log;
         EXPECT_EQ(command(c.command, "{}"), kFalseText) << c.command;
         EXPECT_TRUE(log.has(kLogInfo, std::string("Receive [") + c.command + "] command"));
-        EXPECT_EQ(log.has(kLogInfo, std::string("Return [") + c.command + "] command Ok"),
-                  c.okLine)
+        EXPECT_EQ(log.has(kLogInfo, std::string("Return [") + c.command + "] command Ok"), c.okLine)
             << c.command;
         EXPECT_EQ(log.startingWith(kLogError, "").size(), c.errorLine ? 1u : 0u) << c.command;
         if (c.errorLine) {

@@ -28,7 +28,7 @@ struct LoggedLine {
 
 // Every line written while it lives, reduced to its level and message.
 class LogCapture {
-public:
+  public:
     LogCapture() {
         setLogObserver([this](int level, const std::string& line) {
             std::lock_guard<std::mutex> lock(mutex_);
@@ -64,7 +64,7 @@ public:
         lines_.clear();
     }
 
-private:
+  private:
     // A line is "[time] [Level] [instance][pid][tid] message\n": the message
     // follows the fifth ']'.
     static std::string messageOf(const std::string& line) {
@@ -111,19 +111,18 @@ inline std::string stringResult(const std::string& value) {
 // Contents of the editing commands the tests build timelines with.
 inline std::string trackContent(const std::string& id, const std::string& type = "composite",
                                 bool main = false) {
-    return R"({"ID":")" + id + R"(","Type":")" + type + R"(","Main":)" +
-           (main ? "true" : "false") + "}";
+    return R"({"ID":")" + id + R"(","Type":")" + type + R"(","Main":)" + (main ? "true" : "false") +
+           "}";
 }
 
-inline std::string clipContent(const std::string& id, const std::string& trackId,
-                               int index = -1) {
+inline std::string clipContent(const std::string& id, const std::string& trackId, int index = -1) {
     return R"({"ID":")" + id + R"(","TrackID":")" + trackId + R"(","Index":)" +
            std::to_string(index) +
            R"(,"MltService":"avformat","Resource":"/nonexistent/media.mp4","In":"0","Out":"24"})";
 }
 
 class FrameworkTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         modeltest::loadTestCatalogue();
         framework_ = std::make_unique<CQuillavantFramework>();

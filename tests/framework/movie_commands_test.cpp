@@ -76,7 +76,9 @@ TEST_F(MovieCommandsTest, OpenMovieStoresEachFieldUntilTheFirstMissingOne) {
          R"({"Profile":"p","Width":640,"WindowID":5})",
          false,
          {"p", 1280, 720, 16, 9, 0}},
-        {"profile as a number", R"({"Profile":1,"Width":640,"Height":360,"WindowID":5})", false,
+        {"profile as a number",
+         R"({"Profile":1,"Width":640,"Height":360,"WindowID":5})",
+         false,
          {"", 1280, 720, 16, 9, 0}},
     };
     for (const OpenMovieCase& c : cases) {
@@ -139,8 +141,8 @@ TEST_F(MovieCommandsTest, SaveMltFileAnswersATemporaryFileBesideTheHostWithoutAC
 
 TEST_F(MovieCommandsTest, SaveMltFileAnswersATemporaryFileInTheCache) {
     std::string cache = testsupport::makeTempDirectory("qv-fw-cache");
-    command("OPEN_MOVIE", R"({"Profile":"","Width":640,"Height":360,"WindowID":0,"CachePath":")" +
-                              cache + "\"}");
+    command("OPEN_MOVIE",
+            R"({"Profile":"","Width":640,"Height":360,"WindowID":0,"CachePath":")" + cache + "\"}");
     std::string first = command("SAVE_MLT_FILE");
     std::string second = command("SAVE_MLT_FILE");
     std::regex expected("\\{\n   \"ReturnResultString\" : \"" + cache + "/temp_" + kUuidPattern +

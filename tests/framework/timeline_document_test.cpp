@@ -25,16 +25,15 @@ using ProfileHolder = std::unique_ptr<mlt_profile_s, ProfileCloser>;
 using ProducerHolder = std::unique_ptr<mlt_producer_s, ProducerCloser>;
 
 class TimelineDocumentTest : public FrameworkTest {
-protected:
+  protected:
     void SetUp() override {
         FrameworkTest::SetUp();
         MeEffectCatalogue::instance().loadCatalogues(
             std::string(QV_SOURCE_DIR) + "/configs/Effect.xml",
             std::string(QV_SOURCE_DIR) + "/configs/MultiEffect.xml");
         folder_ = testsupport::makeTempDirectory("qv-fw-timeline");
-        for (const frameworktest::ScriptStep& step :
-             frameworktest::timelineScript(testsupport::colourBarsWithTone(4),
-                                           testsupport::toneWav(4), folder_)) {
+        for (const frameworktest::ScriptStep& step : frameworktest::timelineScript(
+                 testsupport::colourBarsWithTone(4), testsupport::toneWav(4), folder_)) {
             std::string answer = resultValueText(command(step.command, step.content));
             EXPECT_EQ(answer, step.answer) << step.command << " " << step.content;
         }
@@ -43,14 +42,27 @@ protected:
     std::string folder_;
 };
 
-// The "id" of every track a tractor holds, in track order.
-std::vector<std::string> trackIdsOf(mlt_tractor tractor) {
-    std::vector<std::string> ids;
+std::string idOf(mlt_producer producer) {
+    const char* id = mlt_properties_get(MLT_PRODUCER_PROPERTIES(producer), "id");
+    return id ? id : "";
+}
+
+// The tracks of a tractor, in track order. The xml producer hands the root
+// tractor back under its own service name, so a tractor is known by its id.
+std::vector<mlt_producer> tracksOf(mlt_producer tractorProducer) {
+    std::vector<mlt_producer> tracks;
+    auto tractor = static_cast<mlt_tractor>(tractorProducer->child);
     mlt_multitrack multitrack = mlt_tractor_multitrack(tractor);
     for (int i = 0; i < mlt_multitrack_count(multitrack); ++i) {
-        mlt_producer track = mlt_multitrack_track(multitrack, i);
-        const char* id = mlt_properties_get(MLT_PRODUCER_PROPERTIES(track), "id");
-        ids.push_back(id ? id : "");
+        tracks.push_back(mlt_multitrack_track(multitrack, i));
+    }
+    return tracks;
+}
+
+std::vector<std::string> idsOf(const std::vector<mlt_producer>& producers) {
+    std::vector<std::string> ids;
+    for (mlt_producer producer : producers) {
+        ids.push_back(idOf(producer));
     }
     return ids;
 }
@@ -62,7 +74,7 @@ TEST_F(TimelineDocumentTest, ScriptBuildsTheModelItDescribes) {
     EXPECT_EQ(project().transitions().size(), 2u);
     EXPECT_EQ(project().mainFilters().size(), 1u);
     EXPECT_EQ(project().findTrack("Track0")->transitions().size(), 1u);
-    EXPECT_EQ(history().size(), 14);
+    EXPECT_EQ(history().size(), 15);
 }
 
 TEST_F(TimelineDocumentTest, TimelineDocumentLoadsWithTheProjectTrackLayout) {
@@ -72,7 +84,43 @@ TEST_F(TimelineDocumentTest, TimelineDocumentLoadsWithTheProjectTrackLayout) {
     ProfileHolder profile(mlt_profile_init(nullptr));
     ProducerHolder producer(mlt_factory_producer(profile.get(), "xml", path.c_str()));
     ASSERT_NE(producer, nullptr);
-    EXPECT_GT(mlt_producer_get_length(producer.get()), 0);
+    ASSERT_EQ(idOf(producer.get()), "interface_tractor");
+
+    std::vector<mlt_producer> outer = tracksOf(producer.get());
+    ASSERT_EQ(idsOf(outer), (std::vector<std::string>{"maintractor"}));
+    std::vector<mlt_producer> tracks = tracksOf(outer[0]);
+    ASSERT_EQ(idsOf(tracks), frameworktest::scriptTrackIds());
+
+    // Each track tractor holds one playlist per placement of the model.
+    const std::vector<std::vector<std::string>> placements = {
+        {"v1", "v2"}, {"cc1"}, {"a1"}, {"a2"}};
+    for (size_t i = 0; i < tracks.size(); ++i) {
+        EXPECT_EQ(idsOf(tracksOf(tracks[i])), placements[i]) << idOf(tracks[i]);
+    }
+    // The main track lays its clips end to end: 40 frames, then a blank of
+    // 35 (the 5 frozen head frames eat into it), 5 + 40 frames and 8 frozen
+    // tail frames.
+    EXPECT_EQ(mlt_producer_get_length(tracks[0]), 88);
+    EXPECT_EQ(mlt_producer_get_length(tracks[1]), 40);
+    EXPECT_EQ(mlt_producer_get_length(tracks[3]), 70);
+    EXPECT_EQ(mlt_producer_get_length(producer.get()), 88);
+}
+
+TEST_F(TimelineDocumentTest, TimelineDocumentRendersHeadlessWithMelt) {
+    std::string path = folder_ + "/timeline.xml";
+    ASSERT_TRUE(project().writeTimelineXml(path));
+    std::string movie = folder_ + "/render.mp4";
+    ASSERT_EQ(testsupport::runCommand("melt '" + path + "' out=10 -consumer avformat:'" + movie +
+                                      "' > '" + folder_ + "/melt.log' 2>&1"),
+              0)
+        << testsupport::readFile(folder_ + "/melt.log");
+    std::string frames;
+    testsupport::runCommand(
+        "ffprobe -v error -count_frames -select_streams v:0 -show_entries "
+        "stream=nb_read_frames -of csv=p=0 '" +
+            movie + "'",
+        &frames);
+    EXPECT_EQ(std::atoi(frames.c_str()), 11) << frames;
 }
 
 }  // namespace

@@ -81,8 +81,8 @@ inline std::vector<ScriptStep> timelineScript(const std::string& video, const st
          R"({"ID":"loud","Title":"volume","TrackID":"maintractor","Property":{"level":"-3"}})",
          "true"},
         {"ADD_MULTI_FILTER",
-         R"({"ID":"fades","Title":"fade_in_out","TrackID":"Track0","Index":1,"Xml":")" +
-             folder + R"(/fades.xml"})",
+         R"({"ID":"fades","Title":"fade_in_out","TrackID":"Track0","Index":1,"Xml":")" + folder +
+             R"(/fades.xml"})",
          "true"},
     };
 }
