@@ -53,6 +53,9 @@ void renderToEnd(mlt_producer producer, mlt_consumer consumer) {
             platform::sleepMilliseconds(kStopPollMs);
         }
     }
+    // The render thread stopping by itself leaves the engine's read-ahead
+    // side running, still holding the producer; stopping joins it.
+    mlt_consumer_stop(consumer);
     mlt_consumer_connect(consumer, nullptr);
 }
 

@@ -68,6 +68,10 @@ class MeProject {
     const Clips& clips() const { return clips_; }
 
   private:
+    // The history restores recorded states entry by entry rather than copying
+    // whole containers, so it edits them directly.
+    friend class UndoHistory;
+
     bool placeClip(CParseJson& json, std::shared_ptr<MeClip> clip);
     bool replaceClip(CParseJson& json, std::shared_ptr<MeClip> clip);
     bool addTransition(CParseJson& json, bool replace);
