@@ -115,6 +115,8 @@ send "command LOAD_PROJECT {\"FileName\":\"$out/project.xml\"}"
 send "command SAVE_PROJECT {\"FileName\":\"$out/project-reloaded.xml\"}"
 send "command UNDO_LAST_ACTION"
 send "command REDO_LAST_ACTION"
+# Clearing closed the preview: play the reloaded project again, paused.
+send "control PRE_PLAY {\"AutoPlay\":false,\"Position\":0,\"Width\":640,\"Height\":360}"
 
 echo "== thumbnails, waveform and media description"
 positions=$(seq -s, 0 12 144)
@@ -124,7 +126,6 @@ send "control PRE_SNAP_PIC {\"FileName\":\"$media/mandelbrot.mp4\",\"Position\":
 send "command GET_PORPERTY {\"FileName\":\"$media/bars.mp4\",\"FileType\":\"video\"}"
 
 echo "== export"
-send "control PRE_STOP"
 send "export {\"FileName\":\"$out/export.mp4\",\"QulityLevel\":\"best\",\"Video\":{\"Encoder\":\"libx264\",\"Width\":\"1280\",\"Height\":\"720\",\"FrameRate\":\"25\",\"BitRate\":\"4000\"},\"Audio\":{\"Encoder\":\"aac\",\"Channel\":\"2\",\"SampleRate\":\"48000\",\"BitRate\":\"192\"}}"
 send "close"
 exec 3>&-
@@ -137,13 +138,12 @@ echo "== contact sheet"
 levels=$out/waveform.txt
 if [ -s "$levels" ]; then
     count=$(wc -l <"$levels")
-    awk -v n="$count" 'BEGIN { printf "push graphic-context stroke #40c0ff fill none polyline" }
-        { printf " %.1f,%.1f", (NR - 1) * 1040 / (n > 1 ? n - 1 : 1), 118 - $1 }
-        END { print " pop graphic-context" }' "$levels" >"$run/waveform.mvg"
-    convert -size 1040x120 xc:'#101018' -draw "@$run/waveform.mvg" "$out/waveform.png"
+    points=$(awk -v n="$count" '{ printf " %.1f,%.1f", (NR - 1) * 1040 / (n > 1 ? n - 1 : 1), 118 - $1 }' "$levels")
+    convert -size 1040x120 xc:'#101018' -stroke '#40c0ff' -fill none -draw "polyline$points" "$out/waveform.png"
 fi
-montage "$out"/thumbs/*.png -tile 13x -geometry 160x90+0+0 -background '#101018' "$run/strip.png" 2>/dev/null || true
-convert "$out/preview.png" -resize 1040x "$run/preview-small.png"
+montage $(ls -v "$out"/thumbs/*.png) -tile 13x -geometry 80x45+0+0 -background '#101018' "$run/strip.png" 2>/dev/null || true
+# The preview window sits in the top left corner of the screen.
+convert "$out/preview.png" -crop 640x360+0+0 +repage -resize 1040x "$run/preview-small.png"
 convert "$run/preview-small.png" "$run/strip.png" "$out/waveform.png" -background '#101018' -append "$out/contact-sheet.png" 2>/dev/null || true
 
 echo
