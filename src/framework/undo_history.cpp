@@ -106,8 +106,8 @@ UndoHistory::UndoHistory() : current_(std::make_unique<StoredState>()) {}
 UndoHistory::~UndoHistory() = default;
 
 UndoHistory::State UndoHistory::liveState(MeProject& project) {
-    return {project.videoTracks_, project.audioTracks_, project.transitions_,
-            project.mainFilters_, project.clips_};
+    return {project.videoTracks_, project.audioTracks_, project.transitions_, project.mainFilters_,
+            project.clips_};
 }
 
 int UndoHistory::recordPoint(const MeProject& project) {

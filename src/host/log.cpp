@@ -158,9 +158,13 @@ void startLogWriter() {
     });
 }
 
-void setInstanceNumber(int number) { state().instance = number; }
+void setInstanceNumber(int number) {
+    state().instance = number;
+}
 
-int instanceNumber() { return state().instance; }
+int instanceNumber() {
+    return state().instance;
+}
 
 void setLogObserver(LogObserver observer) {
     std::lock_guard<std::mutex> guard(state().settingsLock);

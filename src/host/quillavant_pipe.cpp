@@ -29,7 +29,9 @@ QuillavantPipe::QuillavantPipe(const std::u16string& pipeName, uint32_t headerSi
       framework_(std::make_shared<CQuillavantFramework>()),
       header_(std::make_shared<tgMessageHead>()) {}
 
-bool QuillavantPipe::create(const std::string& name) { return pipe_.create(name); }
+bool QuillavantPipe::create(const std::string& name) {
+    return pipe_.create(name);
+}
 
 bool QuillavantPipe::connectClient() {
     writeLog(kLogInfo, "Waiting for Client Connection......");

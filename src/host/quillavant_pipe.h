@@ -15,7 +15,7 @@
 class CQuillavantFramework;
 
 class QuillavantPipe {
-public:
+  public:
     // The process's one pipe object, made (with its framework) on the first
     // call; later calls ignore their arguments.
     static QuillavantPipe* getInstance(const std::u16string& pipeName, uint32_t headerSize);
@@ -28,7 +28,10 @@ public:
     // The handle's own disconnect: clears connected and logs when it succeeds.
     void disconnectHandle();
     void closeHandle();
-    void freeReplyBuffer() { replyBuffer_.clear(); replyBuffer_.shrink_to_fit(); }
+    void freeReplyBuffer() {
+        replyBuffer_.clear();
+        replyBuffer_.shrink_to_fit();
+    }
 
     bool isConnected() const { return connected_; }
     bool isRunning() const { return running_; }
@@ -37,7 +40,7 @@ public:
     CQuillavantFramework& framework() { return *framework_; }
     const tgMessageHead& header() const { return *header_; }
 
-private:
+  private:
     QuillavantPipe(const std::u16string& pipeName, uint32_t headerSize);
 
     bool fail();

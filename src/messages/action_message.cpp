@@ -17,9 +17,8 @@ std::string CmdMessage::getCommand() const {
 
 CParseJson CmdMessage::getContent() const {
     const Json::Value* content =
-        element_->isObject()
-            ? element_->find(kContentKey, kContentKey + sizeof(kContentKey) - 1)
-            : nullptr;
+        element_->isObject() ? element_->find(kContentKey, kContentKey + sizeof(kContentKey) - 1)
+                             : nullptr;
     if (content == nullptr) {
         return CParseJson(Json::Value());
     }
@@ -70,9 +69,9 @@ bool ActionMessage::readActions() {
         return false;
     }
     Json::Value* actions =
-        root_.isObject() ? const_cast<Json::Value*>(root_.find(
-                               kActionKey, kActionKey + sizeof(kActionKey) - 1))
-                         : nullptr;
+        root_.isObject()
+            ? const_cast<Json::Value*>(root_.find(kActionKey, kActionKey + sizeof(kActionKey) - 1))
+            : nullptr;
     if (actions != nullptr && !actions->isArray() && !actions->isNull()) {
         return false;
     }

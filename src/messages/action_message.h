@@ -14,7 +14,7 @@
 // its message's document, so it is valid only while that message lives and
 // changes made through it change the document.
 class CmdMessage {
-public:
+  public:
     explicit CmdMessage(Json::Value* element) : element_(element) {}
 
     // The "Command" member, or empty when it is not a string.
@@ -27,12 +27,12 @@ public:
     Json::Value& element() { return *element_; }
     const Json::Value& element() const { return *element_; }
 
-private:
+  private:
     Json::Value* element_;
 };
 
 class ActionMessage : public CParseJson {
-public:
+  public:
     ActionMessage() = default;
     ActionMessage(const ActionMessage& other);
     ActionMessage& operator=(const ActionMessage& other);
@@ -51,7 +51,7 @@ public:
     const std::string& id() const { return id_; }
     const std::vector<std::shared_ptr<CmdMessage>>& commands() const { return commands_; }
 
-private:
+  private:
     std::string id_;
     std::vector<std::shared_ptr<CmdMessage>> commands_;
 };

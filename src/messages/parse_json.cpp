@@ -92,8 +92,8 @@ bool CParseJson::getValue(const std::string& key, ValueKind kind, Json::Value& o
     if (!isParsed_) {
         return false;
     }
-    const Json::Value* member = root_.isObject() ? root_.find(key.data(), key.data() + key.size())
-                                                 : nullptr;
+    const Json::Value* member =
+        root_.isObject() ? root_.find(key.data(), key.data() + key.size()) : nullptr;
     if (member == nullptr) {
         lastError_ = "json object not found key:" + key;
         return false;
@@ -142,6 +142,10 @@ bool CParseJson::getDouble(const std::string& key, double& out) {
     return true;
 }
 
-void CParseJson::toStyledText(std::string& out) const { out = toStyledJson(root_); }
+void CParseJson::toStyledText(std::string& out) const {
+    out = toStyledJson(root_);
+}
 
-std::string CParseJson::styledText() const { return toStyledJson(root_); }
+std::string CParseJson::styledText() const {
+    return toStyledJson(root_);
+}

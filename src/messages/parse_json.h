@@ -23,7 +23,7 @@ const char* valueKindName(ValueKind kind);
 bool valueHasKind(const Json::Value& value, ValueKind kind);
 
 class CParseJson {
-public:
+  public:
     CParseJson() = default;
     explicit CParseJson(const Json::Value& value);
     virtual ~CParseJson() = default;
@@ -55,7 +55,7 @@ public:
     const Json::Value& root() const { return root_; }
     Json::Value& root() { return root_; }
 
-protected:
+  protected:
     std::string lastError_;
     bool isParsed_ = false;
     Json::Value root_;

@@ -52,7 +52,7 @@ std::string quoteJson(const std::string& text) {
 // Writes values the way a styled writer lays them out: objects and long or
 // nested arrays over several lines, short arrays of scalars on one.
 class StyledJsonWriter {
-public:
+  public:
     std::string write(const Json::Value& root) {
         document_.clear();
         indent_.clear();
@@ -61,7 +61,7 @@ public:
         return document_;
     }
 
-private:
+  private:
     std::string scalarText(const Json::Value& value) {
         switch (value.type()) {
             case Json::nullValue:
@@ -232,4 +232,6 @@ std::string formatJsonReal(double value) {
     return text;
 }
 
-std::string toStyledJson(const Json::Value& value) { return StyledJsonWriter().write(value); }
+std::string toStyledJson(const Json::Value& value) {
+    return StyledJsonWriter().write(value);
+}

@@ -9,7 +9,7 @@ namespace {
 
 // An iconv descriptor that closes itself.
 class IconvHandle {
-public:
+  public:
     IconvHandle(const char* to, const char* from) : handle_(iconv_open(to, from)) {}
     ~IconvHandle() {
         if (valid()) {
@@ -21,7 +21,7 @@ public:
     bool valid() const { return handle_ != reinterpret_cast<iconv_t>(-1); }
     iconv_t get() const { return handle_; }
 
-private:
+  private:
     iconv_t handle_;
 };
 

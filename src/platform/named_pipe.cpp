@@ -37,7 +37,9 @@ bool isLiveSocket(const sockaddr_un& address) {
 
 }  // namespace
 
-NamedPipe::~NamedPipe() { close(); }
+NamedPipe::~NamedPipe() {
+    close();
+}
 
 std::string NamedPipe::socketPath(const std::string& name) {
     std::string directory = environmentValue("QUILLAVANT_PIPE_DIR");

@@ -10,7 +10,7 @@
 namespace platform {
 
 class NamedPipe {
-public:
+  public:
     NamedPipe() = default;
     ~NamedPipe();
     NamedPipe(const NamedPipe&) = delete;
@@ -48,7 +48,7 @@ public:
     int lastError() const { return lastError_; }
     const std::string& path() const { return path_; }
 
-private:
+  private:
     int listenFd_ = -1;
     int clientFd_ = -1;
     int lastError_ = 0;

@@ -30,9 +30,13 @@ LocalTime localTime() {
     return result;
 }
 
-int processId() { return static_cast<int>(getpid()); }
+int processId() {
+    return static_cast<int>(getpid());
+}
 
-long threadId() { return static_cast<long>(syscall(SYS_gettid)); }
+long threadId() {
+    return static_cast<long>(syscall(SYS_gettid));
+}
 
 uint64_t tickCountMs() {
     struct timespec now {};
@@ -48,7 +52,9 @@ void sleepNanoseconds(long nanoseconds) {
     }
 }
 
-void sleepMilliseconds(long milliseconds) { sleepNanoseconds(milliseconds * 1000000L); }
+void sleepMilliseconds(long milliseconds) {
+    sleepNanoseconds(milliseconds * 1000000L);
+}
 
 WallClock wallClock() {
     struct timespec now {};
@@ -68,7 +74,9 @@ std::string executablePath() {
     return std::string(buffer, static_cast<size_t>(length));
 }
 
-std::string versionText() { return QV_VERSION_TEXT; }
+std::string versionText() {
+    return QV_VERSION_TEXT;
+}
 
 std::string environmentValue(const char* name) {
     const char* value = std::getenv(name);

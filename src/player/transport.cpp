@@ -30,8 +30,8 @@ mlt_consumer createTransportConsumer(mlt_profile profile, const std::string& id,
         service = id.substr(0, colon);
         target = id.substr(colon + 1);
     }
-    mlt_consumer consumer = mlt_factory_consumer(profile, service.c_str(),
-                                                 target.empty() ? nullptr : target.c_str());
+    mlt_consumer consumer =
+        mlt_factory_consumer(profile, service.c_str(), target.empty() ? nullptr : target.c_str());
     if (consumer == nullptr) {
         return nullptr;
     }

@@ -13,7 +13,7 @@ namespace {
 
 // Collects what passes the threshold while a test runs.
 class CapturedLog {
-public:
+  public:
     CapturedLog() {
         setLogObserver([this](int level, const std::string& line) { lines.push_back(line); });
     }

@@ -19,34 +19,25 @@ TEST_P(KindRules, GetterAcceptsOnlyTheExactKind) {
     Json::Value out;
     EXPECT_EQ(json.getValue("V", c.kind, out), c.accepted) << c.json;
     if (!c.accepted) {
-        EXPECT_EQ(json.lastError(), std::string("the key:V is not ") + valueKindName(c.kind) +
-                                        " type");
+        EXPECT_EQ(json.lastError(),
+                  std::string("the key:V is not ") + valueKindName(c.kind) + " type");
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(
     AllKinds, KindRules,
-    ::testing::Values(KindCase{"1920", ValueKind::Int, true},
-                      KindCase{"-2147483648", ValueKind::Int, true},
-                      KindCase{"2147483647", ValueKind::Int, true},
-                      KindCase{"3000000000", ValueKind::Int, false},
-                      KindCase{"1920.0", ValueKind::Int, false},
-                      KindCase{"1e3", ValueKind::Int, false},
-                      KindCase{"\"1920\"", ValueKind::Int, false},
-                      KindCase{"true", ValueKind::Int, false},
-                      KindCase{"true", ValueKind::Bool, true},
-                      KindCase{"1", ValueKind::Bool, false},
-                      KindCase{"2.0", ValueKind::Double, true},
-                      KindCase{"2e1", ValueKind::Double, true},
-                      KindCase{"2", ValueKind::Double, false},
-                      KindCase{"\"x\"", ValueKind::String, true},
-                      KindCase{"5", ValueKind::String, false},
-                      KindCase{"[1]", ValueKind::Array, true},
-                      KindCase{"null", ValueKind::Array, true},
-                      KindCase{"{}", ValueKind::Array, false},
-                      KindCase{"{}", ValueKind::Object, true},
-                      KindCase{"null", ValueKind::Object, true},
-                      KindCase{"[]", ValueKind::Object, false}));
+    ::testing::Values(
+        KindCase{"1920", ValueKind::Int, true}, KindCase{"-2147483648", ValueKind::Int, true},
+        KindCase{"2147483647", ValueKind::Int, true}, KindCase{"3000000000", ValueKind::Int, false},
+        KindCase{"1920.0", ValueKind::Int, false}, KindCase{"1e3", ValueKind::Int, false},
+        KindCase{"\"1920\"", ValueKind::Int, false}, KindCase{"true", ValueKind::Int, false},
+        KindCase{"true", ValueKind::Bool, true}, KindCase{"1", ValueKind::Bool, false},
+        KindCase{"2.0", ValueKind::Double, true}, KindCase{"2e1", ValueKind::Double, true},
+        KindCase{"2", ValueKind::Double, false}, KindCase{"\"x\"", ValueKind::String, true},
+        KindCase{"5", ValueKind::String, false}, KindCase{"[1]", ValueKind::Array, true},
+        KindCase{"null", ValueKind::Array, true}, KindCase{"{}", ValueKind::Array, false},
+        KindCase{"{}", ValueKind::Object, true}, KindCase{"null", ValueKind::Object, true},
+        KindCase{"[]", ValueKind::Object, false}));
 
 TEST(ParseJson, MissingMemberNamesTheKey) {
     CParseJson json;

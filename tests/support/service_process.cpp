@@ -10,7 +10,9 @@
 
 namespace testsupport {
 
-std::string binaryPath(const std::string& name) { return std::string(QV_BIN_DIR) + "/" + name; }
+std::string binaryPath(const std::string& name) {
+    return std::string(QV_BIN_DIR) + "/" + name;
+}
 
 ServiceProcess::ServiceProcess(const std::string& extraEnvironment) {
     static std::atomic<int> counter{0};
@@ -26,8 +28,7 @@ ServiceProcess::ServiceProcess(const std::string& extraEnvironment) {
             environment.push_back(pair);
         }
     }
-    launcher_.start(binaryPath("quillavant-host"), directory_, pipeName_, environment,
-                    stderrPath_);
+    launcher_.start(binaryPath("quillavant-host"), directory_, pipeName_, environment, stderrPath_);
 }
 
 ServiceProcess::~ServiceProcess() {
@@ -38,7 +39,9 @@ ServiceProcess::~ServiceProcess() {
     runCommand("rm -rf '" + directory_ + "'");
 }
 
-bool ServiceProcess::connect(int timeoutMs) { return client_.connectPath(socketPath_, timeoutMs); }
+bool ServiceProcess::connect(int timeoutMs) {
+    return client_.connectPath(socketPath_, timeoutMs);
+}
 
 std::string ServiceProcess::command(const std::string& name, const std::string& contentJson) {
     PipeReply reply;
@@ -50,12 +53,13 @@ std::string ServiceProcess::control(const std::string& name, const std::string& 
     return client_.sendControl(name, contentJson, &reply) ? reply.body : std::string();
 }
 
-std::string ServiceProcess::commandResult(const std::string& name,
-                                          const std::string& contentJson) {
+std::string ServiceProcess::commandResult(const std::string& name, const std::string& contentJson) {
     return resultValueText(command(name, contentJson));
 }
 
-int ServiceProcess::waitForExit(int timeoutMs) { return launcher_.waitForExit(timeoutMs); }
+int ServiceProcess::waitForExit(int timeoutMs) {
+    return launcher_.waitForExit(timeoutMs);
+}
 
 int ServiceProcess::close(int timeoutMs) {
     client_.sendClose();
@@ -64,6 +68,8 @@ int ServiceProcess::close(int timeoutMs) {
     return status;
 }
 
-std::string ServiceProcess::stderrText() const { return readFile(stderrPath_); }
+std::string ServiceProcess::stderrText() const {
+    return readFile(stderrPath_);
+}
 
 }  // namespace testsupport

@@ -12,7 +12,7 @@
 namespace testsupport {
 
 class ServiceProcess {
-public:
+  public:
     // Starts the host with a unique pipe name; extraEnvironment holds
     // "NAME=value" pairs separated by ';'.
     explicit ServiceProcess(const std::string& extraEnvironment = std::string());
@@ -42,7 +42,7 @@ public:
     std::string stderrText() const;
     pid_t pid() const { return launcher_.pid(); }
 
-private:
+  private:
     std::string directory_;
     std::string pipeName_;
     std::string socketPath_;

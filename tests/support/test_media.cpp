@@ -65,10 +65,10 @@ std::string makeMedia(const std::string& name, const std::string& ffmpegArgument
         return path;
     }
     // Write beside the target and rename, so parallel suites never see half a file.
-    std::string partial = path + ".part" + std::to_string(getpid()) + "." +
-                          name.substr(name.find_last_of('.') + 1);
-    std::string command = "ffmpeg -nostdin -y -loglevel error " + ffmpegArguments + " '" +
-                          partial + "' 2>&1";
+    std::string partial =
+        path + ".part" + std::to_string(getpid()) + "." + name.substr(name.find_last_of('.') + 1);
+    std::string command =
+        "ffmpeg -nostdin -y -loglevel error " + ffmpegArguments + " '" + partial + "' 2>&1";
     std::string output;
     int status = runCommand(command, &output);
     EXPECT_EQ(status, 0) << command << "\n" << output;
@@ -82,10 +82,11 @@ std::string colourBarsWithTone(int seconds, int width, int height) {
     std::string size = std::to_string(width) + "x" + std::to_string(height);
     std::string name = "bars_" + size + "_" + std::to_string(seconds) + "s.mp4";
     return makeMedia(
-        name, "-f lavfi -i testsrc2=size=" + size + ":rate=25:duration=" + std::to_string(seconds) +
-                  " -f lavfi -i sine=frequency=440:sample_rate=48000:duration=" +
-                  std::to_string(seconds) +
-                  " -c:v libx264 -preset ultrafast -pix_fmt yuv420p -g 25 -c:a aac -ac 2 -shortest");
+        name,
+        "-f lavfi -i testsrc2=size=" + size + ":rate=25:duration=" + std::to_string(seconds) +
+            " -f lavfi -i sine=frequency=440:sample_rate=48000:duration=" +
+            std::to_string(seconds) +
+            " -c:v libx264 -preset ultrafast -pix_fmt yuv420p -g 25 -c:a aac -ac 2 -shortest");
 }
 
 std::string toneWav(int seconds) {

@@ -127,8 +127,8 @@ int main(int argc, char** argv) {
             positional.push_back(arg);
         }
     }
-    if (positional.empty() && bodySource.empty() && scriptSource.empty() &&
-        exportContent.empty() && !closeAfter) {
+    if (positional.empty() && bodySource.empty() && scriptSource.empty() && exportContent.empty() &&
+        !closeAfter) {
         std::cerr << kUsage;
         return kExitUsage;
     }

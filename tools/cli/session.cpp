@@ -31,8 +31,9 @@ std::pair<std::string, std::string> splitWord(const std::string& text) {
 // file names): a recording accepts any value for them.
 bool isVolatileResult(const std::string& name) {
     static const char* const kVolatile[] = {
-        "PRE_GETCURRENTPOS",       "PRE_GETCURRENTTIME", "PRE_GETCURRENTTIME_STR",
-        "PRE_GETEXPORTCURRENTPOS", "PRE_ISEXPORTSTOP",   "SAVE_MLT_FILE",
+        "PRE_GETCURRENTPOS",      "PRE_GETCURRENTTIME",
+        "PRE_GETCURRENTTIME_STR", "PRE_GETEXPORTCURRENTPOS",
+        "PRE_ISEXPORTSTOP",       "SAVE_MLT_FILE",
         "GET_MLT_FILE",
     };
     for (const char* entry : kVolatile) {
@@ -118,8 +119,8 @@ int Session::runLine(const std::string& rawLine) {
     }
     if (verb == "body") {
         auto [typeText, body] = splitWord(rest);
-        int code = sendBody(
-            static_cast<uint16_t>(std::stoi(typeText.empty() ? "1" : typeText)), body);
+        int code =
+            sendBody(static_cast<uint16_t>(std::stoi(typeText.empty() ? "1" : typeText)), body);
         if (code == kExitOk) {
             recordRequest(line, std::string());
         }

@@ -8,9 +8,9 @@
 #include "client/pipe_client.h"
 
 struct SessionOptions {
-    bool quiet = false;      // print only the result value of each reply
-    bool echo = false;       // print each request line before sending it
-    bool keepGoing = false;  // report failed expectations and go on (replay)
+    bool quiet = false;              // print only the result value of each reply
+    bool echo = false;               // print each request line before sending it
+    bool keepGoing = false;          // report failed expectations and go on (replay)
     std::ostream* record = nullptr;  // where to record requests and their results
 };
 
@@ -24,7 +24,7 @@ enum ExitCode {
 };
 
 class Session {
-public:
+  public:
     Session(PipeClient& client, const SessionOptions& options, std::ostream& out);
 
     // Runs one script line; returns an exit code (kExitOk to go on).
@@ -40,7 +40,7 @@ public:
     const std::string& lastResult() const { return lastResult_; }
     int failedExpectations() const { return failedExpectations_; }
 
-private:
+  private:
     void printReply(const PipeReply& reply);
     int checkExpectation(const std::string& expected);
     void recordRequest(const std::string& line, const std::string& name);

@@ -11,7 +11,9 @@
 #include "platform/named_pipe.h"
 #include "platform/platform.h"
 
-PipeClient::~PipeClient() { disconnect(); }
+PipeClient::~PipeClient() {
+    disconnect();
+}
 
 bool PipeClient::connect(const std::string& pipeName, int timeoutMs) {
     return connectPath(platform::NamedPipe::socketPath(pipeName), timeoutMs);
@@ -19,7 +21,7 @@ bool PipeClient::connect(const std::string& pipeName, int timeoutMs) {
 
 bool PipeClient::connectPath(const std::string& socketPath, int timeoutMs) {
     disconnect();
-    sockaddr_un address {};
+    sockaddr_un address{};
     address.sun_family = AF_UNIX;
     if (socketPath.size() >= sizeof(address.sun_path)) {
         lastError_ = "socket path too long: " + socketPath;
@@ -143,7 +145,7 @@ bool PipeClient::waitForClose(int timeoutMs) {
     if (fd_ < 0) {
         return true;
     }
-    pollfd watch {fd_, POLLIN, 0};
+    pollfd watch{fd_, POLLIN, 0};
     if (::poll(&watch, 1, timeoutMs) <= 0) {
         return false;
     }
@@ -166,8 +168,8 @@ std::string quoteString(const std::string& text) {
 
 std::string makeRequestBody(const std::string& id, const std::string& command,
                             const std::string& contentJson) {
-    std::string body = "{\"ID\":" + quoteString(id) + ",\"Action\":[{\"Command\":" +
-                       quoteString(command);
+    std::string body =
+        "{\"ID\":" + quoteString(id) + ",\"Action\":[{\"Command\":" + quoteString(command);
     if (!contentJson.empty()) {
         body += ",\"Content\":" + contentJson;
     }

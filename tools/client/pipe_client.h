@@ -13,7 +13,7 @@ struct PipeReply {
 };
 
 class PipeClient {
-public:
+  public:
     PipeClient() = default;
     ~PipeClient();
     PipeClient(const PipeClient&) = delete;
@@ -29,10 +29,8 @@ public:
     // closed the connection instead of answering.
     bool request(const tgMessageHead& head, const std::string& body, PipeReply* reply);
     // A command (type 1) or control (type 2) message holding one entry.
-    bool sendCommand(const std::string& command, const std::string& contentJson,
-                     PipeReply* reply);
-    bool sendControl(const std::string& control, const std::string& contentJson,
-                     PipeReply* reply);
+    bool sendCommand(const std::string& command, const std::string& contentJson, PipeReply* reply);
+    bool sendControl(const std::string& control, const std::string& contentJson, PipeReply* reply);
     // The close request: flag 1, length 0. No reply comes back.
     bool sendClose();
 
@@ -44,7 +42,7 @@ public:
 
     const std::string& lastError() const { return lastError_; }
 
-private:
+  private:
     bool readExactly(void* data, size_t size);
 
     int fd_ = -1;

@@ -8,7 +8,7 @@
 #include <vector>
 
 class ServiceLauncher {
-public:
+  public:
     ServiceLauncher() = default;
     ~ServiceLauncher();
     ServiceLauncher(const ServiceLauncher&) = delete;
@@ -29,7 +29,7 @@ public:
     pid_t pid() const { return pid_; }
     bool running() const { return pid_ > 0; }
 
-private:
+  private:
     pid_t pid_ = -1;
     int exitStatus_ = -1;
 };
