@@ -1,7 +1,6 @@
-// Shared by the timeline and project suites: a small effect catalogue loaded
-// into the process catalogue once, XML elements captured as text, and JSON
-// contents built from text. Header-only, so qv_test_support needs neither
-// libxml2 nor the model.
+// Model test helpers: a small effect catalogue loaded once, XML elements as
+// text, JSON from text. Header-only, so qv_test_support needs neither libxml2
+// nor the model.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -23,8 +22,7 @@ inline void writeTextFile(const std::string& path, const std::string& text) {
     std::ofstream(path, std::ios::binary) << text;
 }
 
-// Catalogue entries every model test may name. Names carry a "t_" prefix so
-// they never meet the shipped catalogue's.
+// Catalogue entries the tests name; the "t_" prefix avoids the shipped ones.
 inline const std::string& loadTestCatalogue() {
     static const std::string folder = [] {
         std::string directory = testsupport::makeTempDirectory("qv-model-catalogue");
@@ -78,21 +76,16 @@ inline std::string xmlOf(const std::function<void(xmlNodePtr)>& write) {
     return text;
 }
 
-// The first element of an XML text, parsed, handed to read.
-inline void readFirstElement(const std::string& text, const std::function<void(xmlNodePtr)>& read) {
-    XmlDocument document(
-        xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr, 0));
-    ASSERT_TRUE(document) << text;
-    read(xmlDocGetRootElement(document.get()));
-}
-
 // Writes an object's project-file element, reads it into a fresh object and
 // writes that again: the two texts must match.
 template <typename Object>
 void expectProjectElementRoundTrip(const Object& object) {
     std::string written = xmlOf([&](xmlNodePtr root) { object.writeXml(root); });
+    XmlDocument document(
+        xmlReadMemory(written.data(), static_cast<int>(written.size()), nullptr, nullptr, 0));
+    ASSERT_TRUE(document) << written;
     Object again;
-    readFirstElement(written, [&](xmlNodePtr element) { again.readXml(element); });
+    again.readXml(xmlDocGetRootElement(document.get()));
     EXPECT_EQ(written, xmlOf([&](xmlNodePtr root) { again.writeXml(root); }));
 }
 
