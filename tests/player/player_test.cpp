@@ -293,8 +293,15 @@ TEST_F(PlayerPreview, ClipAddedWhilePlayingIsPlayedAndShownInTheWindow) {
         player_.seekAndStop(position);
         ASSERT_EQ(player_.getCurrentPosition(), position);
         const std::string png = pictures + "/" + name;
+        // The window shows the seeked frame a moment after the position reads right.
         testsupport::Image screen;
-        ASSERT_TRUE(testsupport::takeScreenshot(png) && testsupport::readImage(png, screen));
+        for (int waited = 0; waited <= 3000; waited += 100) {
+            ASSERT_TRUE(testsupport::takeScreenshot(png) && testsupport::readImage(png, screen));
+            if (shows(screen.at(screen.width / 2, screen.height / 2))) {
+                break;
+            }
+            platform::sleepMilliseconds(100);
+        }
         // The 4:3 picture fills the middle of the window, in the clip's colour only.
         EXPECT_TRUE(shows(screen.at(screen.width / 2, screen.height / 2))) << name;
         EXPECT_GT(screen.count(shows), screen.width * screen.height / 2) << name;
