@@ -153,6 +153,7 @@ void ExportSession::makeConsumer(const std::vector<std::string>& arguments) {
     if (consumer_) {
         // Listeners can attach only to a registered event, and close() fires it.
         mlt_events_register(MLT_CONSUMER_PROPERTIES(consumer_.get()), kCleanupEvent);
+        stops_ = std::make_unique<media::ConsumerStops>(consumer_.get());
     }
 }
 
@@ -183,6 +184,7 @@ void ExportSession::close() {
         mlt_consumer_stop(consumer);
         mlt_consumer_connect(consumer, nullptr);
         mlt_events_fire(MLT_CONSUMER_PROPERTIES(consumer), kCleanupEvent, mlt_event_data_none());
+        stops_.reset();
         producer_.reset();
         consumer_.reset();
     }
@@ -194,7 +196,14 @@ int ExportSession::totalFrames() const {
     return producer_ ? mlt_producer_get_length(producer_.get()) : 0;
 }
 
-bool ExportSession::isStopped() const {
+void ExportSession::restartIfStartWasLost() {
+    if (stops_ && producer_ && stops_->startWasLost()) {
+        stops_->restart(producer_.get());
+    }
+}
+
+bool ExportSession::isStopped() {
+    restartIfStartWasLost();
     return consumer_ && mlt_consumer_is_stopped(consumer_.get()) != 0;
 }
 
@@ -202,6 +211,7 @@ int ExportSession::currentPosition(const std::string& cachePath) {
     if (!consumer_) {
         return 0;
     }
+    restartIfStartWasLost();
     int position = std::max(static_cast<int>(mlt_consumer_position(consumer_.get())), 0);
     if (position != lastPosition_ && producer_) {
         MltHelper(producer_.get(), cachePath).refresh(lastPosition_, position);

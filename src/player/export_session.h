@@ -9,10 +9,12 @@
 
 #include <mlt-7/framework/mlt.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "player/export_settings.h"
+#include "player/media_consumer_stops.h"
 #include "player/media_mlt_handles.h"
 
 class ExportSession {
@@ -33,7 +35,7 @@ class ExportSession {
     int totalFrames() const;
     // True once the consumer has stopped (finished, failed or never started);
     // false without an export consumer.
-    bool isStopped() const;
+    bool isStopped();
     // The consumer's position (0 without an export consumer). A position that
     // moved since the last call refreshes the timeline of the export
     // producer, with relative resources resolved against cachePath.
@@ -52,10 +54,13 @@ class ExportSession {
     void applyVideoSize(const ExportSettings& settings);
     void makeConsumer(const std::vector<std::string>& arguments);
     void startRender(const ExportSettings& settings);
+    // Polls start the render again when the engine lost its start.
+    void restartIfStartWasLost();
 
     media::ProfilePtr profile_;
     media::ProducerPtr producer_;
     media::ConsumerPtr consumer_;
+    std::unique_ptr<media::ConsumerStops> stops_;
     int lastPosition_ = 0;
 };
 

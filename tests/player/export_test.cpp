@@ -4,6 +4,7 @@
 #include <mlt-7/framework/mlt.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -228,6 +229,33 @@ TEST_F(ExportTest, SecondStartReleasesTheFirstRenderAndTheSecondWritesTheWholeTi
     EXPECT_EQ(audio->channels, 2);
     EXPECT_TRUE(audio->bitRate > 128000 / 2 && audio->bitRate < 128000 * 3 / 2) << audio->bitRate;
     EXPECT_NEAR(audio->duration, timeline_.frames / 25.0, 0.05);
+}
+
+// The engine can lose a start: its render thread ends at once and the late
+// "running" mark then never clears. Marking a finished render running again
+// stands in for that; the polls must render the timeline again.
+TEST_F(ExportTest, PollsRenderAgainWhenTheEngineLostTheStart) {
+    ExportSettings settings = movieSettings("sound.m4a");
+    settings.videoEncoder = settings.videoWidth = settings.videoHeight = "";
+    settings.videoBitRate = "";
+    ExportSession session;
+    auto renderEnds = [&session] {
+        const uint64_t begin = platform::tickCountMs();
+        while (!session.isStopped() && platform::tickCountMs() - begin < 60000) {
+            platform::sleepMilliseconds(10);
+        }
+        return session.isStopped();
+    };
+    session.start(settings, "atsc_720p_25");
+    ASSERT_TRUE(renderEnds());
+    std::remove(settings.fileName.c_str());
+    mlt_properties_set_int(MLT_CONSUMER_PROPERTIES(session.consumer()), "running", 1);
+    EXPECT_FALSE(session.isStopped());
+    ASSERT_TRUE(renderEnds());
+    EXPECT_EQ(session.currentPosition(""), timeline_.frames - 1);
+    const testsupport::ProbedFile file = testsupport::probeFile(settings.fileName);
+    ASSERT_NE(file.stream("audio"), nullptr);
+    EXPECT_NEAR(file.stream("audio")->duration, timeline_.frames / 25.0, 0.05);
 }
 
 }  // namespace
