@@ -15,9 +15,9 @@
 #include <string>
 #include <vector>
 
+#include "export/export_session.h"
+#include "media/mlt_handles.h"
 #include "platform/platform.h"
-#include "player/export_session.h"
-#include "player/media_mlt_handles.h"
 
 namespace {
 

@@ -18,8 +18,8 @@
 #include <string>
 #include <vector>
 
+#include "engine/mlt_helper.h"
 #include "messages/parse_json.h"
-#include "project/mlt_helper.h"
 #include "project/project.h"
 
 namespace {

@@ -19,10 +19,10 @@ extern "C" {
 #include <string>
 #include <vector>
 
-#include "player/media_audio_waveform.h"
-#include "player/media_frame_grabber.h"
-#include "player/media_probe.h"
-#include "player/media_thumbnails.h"
+#include "media/audio_waveform.h"
+#include "media/frame_grabber.h"
+#include "media/probe.h"
+#include "media/thumbnails.h"
 
 namespace {
 

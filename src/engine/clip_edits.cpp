@@ -1,9 +1,10 @@
 // Clip edits: building, altering, moving and removing the clip playlists of a
 // track tractor and their source producers.
-#include "host/log.h"
-#include "project/mlt_graph.h"
-#include "project/mlt_helper.h"
-#include "project/mlt_names.h"
+#include "engine/engine_names.h"
+#include "engine/graph.h"
+#include "engine/mlt_helper.h"
+#include "log/log.h"
+#include "media/mlt_handles.h"
 
 using namespace mltnames;
 
@@ -30,10 +31,10 @@ bool optionalFrames(CParseJson& content, const char* key, int& value) {
 }
 
 // A clip's source producer, through the default loader: "<service>:<resource>".
-mltgraph::ProducerHandle makeSource(mlt_profile profile, const std::string& service,
-                                    const std::string& resource) {
+media::ProducerHandle makeSource(mlt_profile profile, const std::string& service,
+                                 const std::string& resource) {
     const std::string locator = service + ":" + resource;
-    return mltgraph::ProducerHandle(mlt_factory_producer(profile, nullptr, locator.c_str()));
+    return media::ProducerHandle::adopt(mlt_factory_producer(profile, nullptr, locator.c_str()));
 }
 
 void resizeFreeze(mlt_playlist playlist, int index, int frame) {
@@ -91,7 +92,8 @@ mlt_playlist MltHelper::createClipTrack(CParseJson& content, mlt_profile profile
     if (index < 0 || index > count) {
         return nullptr;
     }
-    mltgraph::ProducerHandle created(mlt_playlist_producer(mlt_playlist_new(profile)));
+    media::ProducerHandle created =
+        media::ProducerHandle::adopt(mlt_playlist_producer(mlt_playlist_new(profile)));
     if (!created) {
         return nullptr;
     }
@@ -137,7 +139,7 @@ bool MltHelper::fillClipTrack(mlt_playlist playlist, const ClipRequest& request,
     }
     // A clip sent with the identifier of an existing one shares its source producer.
     mlt_producer source = nullptr;
-    mltgraph::ProducerHandle created;
+    media::ProducerHandle created;
     std::string oldId;
     if (content.getString(kOldId, oldId)) {
         mlt_playlist old = findPlaylist(oldId);
@@ -250,7 +252,7 @@ bool MltHelper::replaceSource(mlt_playlist playlist, int mainEntry, const ClipRe
     writeLog(
         kLogError, mltlog::kAlterNewProducer,
         mltgraph::orEmpty(mltgraph::text(MLT_PRODUCER_PROPERTIES(source), kPropResource)).c_str());
-    mltgraph::ProducerHandle created = makeSource(profile, request.mltService, request.resource);
+    media::ProducerHandle created = makeSource(profile, request.mltService, request.resource);
     if (!created) {
         writeLog(kLogError, "%s", mltlog::kAlterCreateProducerFailed);
         return false;

@@ -2,10 +2,11 @@
 // catalogue. A transition between two clips of the main track is made of
 // freezes: the incoming clip's first frame held before the cut and the
 // outgoing clip's last frame held after it.
-#include "host/log.h"
-#include "project/mlt_graph.h"
-#include "project/mlt_helper.h"
-#include "project/mlt_names.h"
+#include "engine/engine_names.h"
+#include "engine/graph.h"
+#include "engine/mlt_helper.h"
+#include "log/log.h"
+#include "media/mlt_handles.h"
 #include "timeline/effect_catalogue.h"
 
 using namespace mltnames;
@@ -136,8 +137,8 @@ bool MltHelper::addTransition(CParseJson& content, mlt_profile profile) {
     if (tractor == nullptr) {
         return false;
     }
-    mltgraph::TransitionHandle transition(
-        mlt_factory_transition(profile, service.c_str(), nullptr));
+    media::TransitionHandle transition =
+        media::TransitionHandle::adopt(mlt_factory_transition(profile, service.c_str(), nullptr));
     if (!transition) {
         return false;
     }
@@ -233,7 +234,8 @@ bool MltHelper::addFilter(CParseJson& content, mlt_profile profile) {
     if (!content.getInt(kIndex, index)) {
         index = 0;
     }
-    mltgraph::FilterHandle filter(mlt_factory_filter(profile, service.c_str(), nullptr));
+    media::FilterHandle filter =
+        media::FilterHandle::adopt(mlt_factory_filter(profile, service.c_str(), nullptr));
     if (!filter) {
         return false;
     }

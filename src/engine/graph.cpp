@@ -1,17 +1,11 @@
-#include "project/mlt_graph.h"
+#include "engine/graph.h"
 
 #include <cstdlib>
 #include <cstring>
 
-#include "project/mlt_names.h"
+#include "engine/engine_names.h"
 
 namespace mltgraph {
-
-void ConsumerCloser::operator()(mlt_consumer consumer) const {
-    mlt_consumer_stop(consumer);
-    mlt_consumer_connect(consumer, nullptr);
-    mlt_consumer_close(consumer);
-}
 
 const char* text(mlt_properties properties, const char* name) {
     return properties ? mlt_properties_get(properties, name) : nullptr;

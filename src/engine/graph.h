@@ -1,7 +1,6 @@
-// Small readers and holders for the MLT graph that MltHelper edits: owning
-// handles for the services it creates, safe casts between the framework's
-// container kinds, playlist entry access that tolerates bad indexes, and
-// event firing.
+// Small readers for the MLT graph that MltHelper edits: safe casts between
+// the framework's container kinds, playlist entry access that tolerates bad
+// indexes, and event firing.
 #pragma once
 
 #include <framework/mlt.h>
@@ -11,26 +10,6 @@
 #include <string>
 
 namespace mltgraph {
-
-// Owners of one creation reference; reset() releases it.
-struct ProducerCloser {
-    void operator()(mlt_producer producer) const { mlt_producer_close(producer); }
-};
-struct FilterCloser {
-    void operator()(mlt_filter filter) const { mlt_filter_close(filter); }
-};
-struct TransitionCloser {
-    void operator()(mlt_transition transition) const { mlt_transition_close(transition); }
-};
-using ProducerHandle = std::unique_ptr<mlt_producer_s, ProducerCloser>;
-using FilterHandle = std::unique_ptr<mlt_filter_s, FilterCloser>;
-using TransitionHandle = std::unique_ptr<mlt_transition_s, TransitionCloser>;
-
-// Stops, disconnects and closes a consumer.
-struct ConsumerCloser {
-    void operator()(mlt_consumer consumer) const;
-};
-using ConsumerHandle = std::unique_ptr<mlt_consumer_s, ConsumerCloser>;
 
 // Null-safe property access and comparison.
 const char* text(mlt_properties properties, const char* name);

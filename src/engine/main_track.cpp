@@ -1,8 +1,8 @@
 // The timing model of the main video track: every clip playlist starts where
 // the previous clip's main entry ends, a transition's freezes overlap the cut,
 // and each transition covers exactly its two freezes.
-#include "project/mlt_graph.h"
-#include "project/mlt_helper.h"
+#include "engine/graph.h"
+#include "engine/mlt_helper.h"
 
 namespace {
 

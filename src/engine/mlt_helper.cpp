@@ -1,15 +1,15 @@
 // MltHelper's construction and the helpers every edit shares: resource paths
 // made absolute against the cache folder, command properties copied onto
 // engine services, and the properties that describe a compose clip's sub-clips.
-#include "project/mlt_helper.h"
+#include "engine/mlt_helper.h"
 
 #include <iomanip>
 #include <locale>
 #include <sstream>
 
+#include "engine/engine_names.h"
+#include "engine/graph.h"
 #include "platform/platform.h"
-#include "project/mlt_graph.h"
-#include "project/mlt_names.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 // and its transitions are made of held (frozen) first and last frames.
 #pragma once
 
-#include <framework/mlt.h>
+#include <framework/mlt_types.h>
 
 #include <cstdint>
 #include <string>

@@ -3,10 +3,11 @@
 // and the file the client asks for).
 #include <fstream>
 
-#include "host/log.h"
-#include "project/mlt_graph.h"
-#include "project/mlt_helper.h"
-#include "project/mlt_names.h"
+#include "engine/engine_names.h"
+#include "engine/graph.h"
+#include "engine/mlt_helper.h"
+#include "log/log.h"
+#include "media/mlt_handles.h"
 
 using namespace mltnames;
 
@@ -187,7 +188,8 @@ void MltHelper::writeGraph(const std::string& target, std::string* text) {
     if (tractor == nullptr) {
         return;
     }
-    mltgraph::ConsumerHandle consumer(mlt_factory_consumer(nullptr, kServiceXml, target.c_str()));
+    media::ConsumerHandle consumer =
+        media::ConsumerHandle::adopt(mlt_factory_consumer(nullptr, kServiceXml, target.c_str()));
     if (!consumer) {
         return;
     }
@@ -198,6 +200,7 @@ void MltHelper::writeGraph(const std::string& target, std::string* text) {
         *text =
             mltgraph::orEmpty(mltgraph::text(MLT_CONSUMER_PROPERTIES(consumer.get()), kPropBuffer));
     }
+    media::retireConsumer(consumer);
 }
 
 void MltHelper::dumpGraph() {

@@ -1,9 +1,9 @@
 // findService: a depth-first walk of the running graph in the order MLT's XML
 // consumer serialises it, so the first match is the service a saved graph
 // would list first under that identifier.
-#include "project/mlt_graph.h"
-#include "project/mlt_helper.h"
-#include "project/mlt_names.h"
+#include "engine/engine_names.h"
+#include "engine/graph.h"
+#include "engine/mlt_helper.h"
 
 namespace {
 

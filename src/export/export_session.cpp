@@ -1,13 +1,15 @@
-#include "player/export_session.h"
+#include "export/export_session.h"
+
+#include <framework/mlt.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <numeric>
 
-#include "host/log.h"
-#include "player/transport.h"
-#include "project/mlt_helper.h"
+#include "engine/mlt_helper.h"
+#include "log/log.h"
+#include "media/transport.h"
 
 namespace {
 
@@ -119,7 +121,8 @@ void ExportSession::start(const ExportSettings& settings, const std::string& pro
     // even be read is therefore caught here, as a failed open.
     if (isReadable(settings.xmlFile)) {
         std::vector<char*> meltTexts = meltArguments(arguments);
-        producer_.reset(mlt_factory_producer(profile_.get(), kMeltService, meltTexts.data()));
+        producer_ = media::ProducerHandle::adopt(
+            mlt_factory_producer(profile_.get(), kMeltService, meltTexts.data()));
     }
     if (!producer_) {
         writeLog(kLogError, kLogOpenFailed, settings.xmlFile.c_str());
@@ -147,8 +150,8 @@ void ExportSession::makeConsumer(const std::vector<std::string>& arguments) {
     parseConsumerArgs(consumer_, profile_.get(), producer_.get(), arguments);
     if (!consumer_) {
         writeLog(kLogInfo, "%s", kLogDefaultConsumer);
-        consumer_.reset(createTransportConsumer(profile_.get(), kDefaultConsumer, producer_.get(),
-                                                WindowSettings()));
+        consumer_ = media::ConsumerHandle::adopt(createTransportConsumer(
+            profile_.get(), kDefaultConsumer, producer_.get(), WindowSettings()));
     }
     if (consumer_) {
         // Listeners can attach only to a registered event, and close() fires it.
@@ -220,7 +223,7 @@ int ExportSession::currentPosition(const std::string& cachePath) {
     return position;
 }
 
-void parseConsumerArgs(media::ConsumerPtr& consumer, mlt_profile profile, mlt_producer producer,
+void parseConsumerArgs(media::ConsumerHandle& consumer, mlt_profile profile, mlt_producer producer,
                        const std::vector<std::string>& arguments) {
     for (size_t i = 1; i < arguments.size(); ++i) {
         if (arguments[i] != kConsumerSwitch) {
@@ -232,7 +235,8 @@ void parseConsumerArgs(media::ConsumerPtr& consumer, mlt_profile profile, mlt_pr
         }
         ++i;
         // Export ids are never "sdl2", so no window is handed over.
-        consumer.reset(createTransportConsumer(profile, arguments[i], producer, WindowSettings()));
+        consumer = media::ConsumerHandle::adopt(
+            createTransportConsumer(profile, arguments[i], producer, WindowSettings()));
         if (!consumer) {
             continue;
         }

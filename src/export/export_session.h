@@ -7,15 +7,15 @@
 // the client polls.
 #pragma once
 
-#include <mlt-7/framework/mlt.h>
+#include <framework/mlt_types.h>
 
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "player/export_settings.h"
-#include "player/media_consumer_stops.h"
-#include "player/media_mlt_handles.h"
+#include "export/export_settings.h"
+#include "media/consumer_stops.h"
+#include "media/mlt_handles.h"
 
 class ExportSession {
   public:
@@ -57,9 +57,9 @@ class ExportSession {
     // Polls start the render again when the engine lost its start.
     void restartIfStartWasLost();
 
-    media::ProfilePtr profile_;
-    media::ProducerPtr producer_;
-    media::ConsumerPtr consumer_;
+    media::ProfileHandle profile_;
+    media::ProducerHandle producer_;
+    media::ConsumerHandle consumer_;
     std::unique_ptr<media::ConsumerStops> stops_;
     int lastPosition_ = 0;
 };
@@ -69,5 +69,5 @@ class ExportSession {
 // "service:target", linked with producer), and the name=value slots that
 // follow it are applied to that consumer up to the first slot without "=".
 // Every other slot belongs to the "melt" producer and is skipped.
-void parseConsumerArgs(media::ConsumerPtr& consumer, mlt_profile profile, mlt_producer producer,
+void parseConsumerArgs(media::ConsumerHandle& consumer, mlt_profile profile, mlt_producer producer,
                        const std::vector<std::string>& arguments);

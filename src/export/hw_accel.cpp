@@ -1,13 +1,16 @@
-#include "player/hw_accel.h"
+#include "export/hw_accel.h"
 
+#include <framework/mlt.h>
 #include <json/value.h>
-#include <mlt-7/framework/mlt.h>
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
 
 #include <cstdlib>
 
-#include "host/log.h"
+#include "log/log.h"
+#include "media/av_handles.h"
 #include "messages/styled_json.h"
-#include "player/media_av_handles.h"
 
 namespace {
 

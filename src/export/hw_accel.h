@@ -2,11 +2,9 @@
 // whether hardware acceleration is allowed at all on this machine.
 #pragma once
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-}
-
 #include <string>
+
+struct AVCodec;
 
 // The styled JSON text of the encoder table: one array per software encoder
 // name, each entry {"enable", "name", "producer"}, and the "hwAccel" group.

@@ -5,7 +5,7 @@
 
 #include "framework/framework_names.h"
 #include "framework/undo_history.h"
-#include "host/log.h"
+#include "log/log.h"
 #include "messages/result_text.h"
 #include "player/player.h"
 #include "project/project.h"

@@ -10,7 +10,7 @@
 #include "framework/export_request.h"
 #include "framework/framework_names.h"
 #include "framework/temp_graph_file.h"
-#include "host/log.h"
+#include "log/log.h"
 #include "player/player.h"
 #include "project/profile_rewrite.h"
 #include "project/project.h"

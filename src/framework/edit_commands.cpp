@@ -6,7 +6,7 @@
 #include "framework/editing_steps.h"
 #include "framework/framework_names.h"
 #include "framework/undo_history.h"
-#include "host/log.h"
+#include "log/log.h"
 #include "messages/styled_json.h"
 #include "player/player.h"
 #include "project/project.h"

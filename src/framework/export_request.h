@@ -2,8 +2,8 @@
 // stand: the "Video" and "Audio" objects.
 #pragma once
 
+#include "export/export_settings.h"
 #include "messages/parse_json.h"
-#include "player/export_settings.h"
 
 // Reads the optional "Video" and "Audio" objects. Their members are texts; a
 // member sent as a JSON number counts as missing and stays empty.

@@ -1,12 +1,12 @@
 // The commands that set up the preview, ask the player for times and media
 // descriptions, write the running graph to a file, name the log directory and
 // switch hardware decoding. None of them records a history point.
-#include <mlt-7/framework/mlt.h>
+#include <framework/mlt.h>
 
 #include "framework/command_handlers.h"
 #include "framework/framework_names.h"
 #include "framework/temp_graph_file.h"
-#include "host/log.h"
+#include "log/log.h"
 #include "messages/result_text.h"
 #include "player/player.h"
 #include "project/profile_rewrite.h"

@@ -1,11 +1,11 @@
 #include "framework/quillavant_framework.h"
 
-#include <mlt-7/framework/mlt.h>
+#include <framework/mlt.h>
 
 #include "framework/command_dispatcher.h"
 #include "framework/control_dispatcher.h"
 #include "framework/framework_names.h"
-#include "host/log.h"
+#include "log/log.h"
 #include "messages/action_message.h"
 #include "platform/module_path.h"
 #include "platform/platform.h"

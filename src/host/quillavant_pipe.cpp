@@ -5,7 +5,7 @@
 #include <mutex>
 
 #include "framework/quillavant_framework.h"
-#include "host/log.h"
+#include "log/log.h"
 #include "messages/parse_json.h"
 
 namespace {

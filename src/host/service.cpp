@@ -4,10 +4,10 @@
 #include <thread>
 
 #include "framework/quillavant_framework.h"
-#include "host/log.h"
 #include "host/quillavant_pipe.h"
-#include "messages/text_conversion.h"
+#include "log/log.h"
 #include "platform/platform.h"
+#include "platform/text_conversion.h"
 
 namespace {
 const char kPipePrefix[] = "\\\\.\\pipe\\";

@@ -1,8 +1,13 @@
-#include "player/media_audio_waveform.h"
+#include "media/audio_waveform.h"
+
+#include <framework/mlt.h>
 
 extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
 #include <libavutil/channel_layout.h>
 #include <libavutil/opt.h>
+#include <libswresample/swresample.h>
 }
 
 #include <algorithm>
@@ -10,7 +15,7 @@ extern "C" {
 #include <cstdio>
 #include <cstdlib>
 
-#include "player/media_mlt_handles.h"
+#include "media/mlt_handles.h"
 
 using media::FramePtr;
 using media::PacketPtr;
@@ -257,7 +262,7 @@ bool makeAudioThumbFile(const std::string& profileName, const std::string& fileN
     double pointsPerSecond = kDefaultPointsPerSecond;
     if (!profileName.empty()) {
         media::ensureEngineFactory();
-        media::ProfilePtr profile = media::makeProfile(profileName);
+        media::ProfileHandle profile = media::makeProfile(profileName);
         if (profile) {
             pointsPerSecond = mlt_profile_fps(profile.get());
         }

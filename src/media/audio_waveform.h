@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "player/media_av_handles.h"
+#include "media/av_handles.h"
 
 class AudioWaveform {
   public:

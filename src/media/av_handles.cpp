@@ -1,6 +1,48 @@
-#include "player/media_av_handles.h"
+#include "media/av_handles.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavfilter/avfilter.h>
+#include <libavformat/avformat.h>
+#include <libavutil/frame.h>
+#include <libswresample/swresample.h>
+#include <libswscale/swscale.h>
+}
+
+// The media code follows FFmpeg 5's send/receive decoding and channel-layout
+// interfaces; older and newer majors changed both.
+static_assert(LIBAVCODEC_VERSION_MAJOR == 59, "written for FFmpeg 5.x (libavcodec 59)");
 
 namespace media {
+
+void InputFormatDeleter::operator()(AVFormatContext* context) const {
+    avformat_close_input(&context);
+}
+void CodecContextDeleter::operator()(AVCodecContext* context) const {
+    avcodec_free_context(&context);
+}
+void FrameDeleter::operator()(AVFrame* frame) const {
+    av_frame_free(&frame);
+}
+void PacketDeleter::operator()(AVPacket* packet) const {
+    av_packet_free(&packet);
+}
+void FilterGraphDeleter::operator()(AVFilterGraph* graph) const {
+    avfilter_graph_free(&graph);
+}
+void ScalerDeleter::operator()(SwsContext* scaler) const {
+    sws_freeContext(scaler);
+}
+void ResamplerDeleter::operator()(SwrContext* resampler) const {
+    swr_free(&resampler);
+}
+
+FramePtr makeFrame() {
+    return FramePtr(av_frame_alloc());
+}
+PacketPtr makePacket() {
+    return PacketPtr(av_packet_alloc());
+}
 
 void OutputFormatDeleter::operator()(AVFormatContext* context) const {
     if (context->pb != nullptr && (context->oformat->flags & AVFMT_NOFILE) == 0) {

@@ -2,22 +2,22 @@
 // return releases what was made before it.
 #pragma once
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavfilter/avfilter.h>
-#include <libavformat/avformat.h>
-#include <libavutil/frame.h>
-#include <libswresample/swresample.h>
-#include <libswscale/swscale.h>
-}
-
 #include <memory>
 #include <string>
+
+struct AVCodecContext;
+struct AVFilterGraph;
+struct AVFormatContext;
+struct AVFrame;
+struct AVPacket;
+struct AVStream;
+struct SwrContext;
+struct SwsContext;
 
 namespace media {
 
 struct InputFormatDeleter {
-    void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
+    void operator()(AVFormatContext* context) const;
 };
 using InputFormatPtr = std::unique_ptr<AVFormatContext, InputFormatDeleter>;
 
@@ -28,41 +28,37 @@ struct OutputFormatDeleter {
 using OutputFormatPtr = std::unique_ptr<AVFormatContext, OutputFormatDeleter>;
 
 struct CodecContextDeleter {
-    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
+    void operator()(AVCodecContext* context) const;
 };
 using CodecContextPtr = std::unique_ptr<AVCodecContext, CodecContextDeleter>;
 
 struct FrameDeleter {
-    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+    void operator()(AVFrame* frame) const;
 };
 using FramePtr = std::unique_ptr<AVFrame, FrameDeleter>;
 
 struct PacketDeleter {
-    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+    void operator()(AVPacket* packet) const;
 };
 using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;
 
 struct FilterGraphDeleter {
-    void operator()(AVFilterGraph* graph) const { avfilter_graph_free(&graph); }
+    void operator()(AVFilterGraph* graph) const;
 };
 using FilterGraphPtr = std::unique_ptr<AVFilterGraph, FilterGraphDeleter>;
 
 struct ScalerDeleter {
-    void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
+    void operator()(SwsContext* scaler) const;
 };
 using ScalerPtr = std::unique_ptr<SwsContext, ScalerDeleter>;
 
 struct ResamplerDeleter {
-    void operator()(SwrContext* resampler) const { swr_free(&resampler); }
+    void operator()(SwrContext* resampler) const;
 };
 using ResamplerPtr = std::unique_ptr<SwrContext, ResamplerDeleter>;
 
-inline FramePtr makeFrame() {
-    return FramePtr(av_frame_alloc());
-}
-inline PacketPtr makePacket() {
-    return PacketPtr(av_packet_alloc());
-}
+FramePtr makeFrame();
+PacketPtr makePacket();
 
 // Opens path and reads its stream information; null when either step fails.
 InputFormatPtr openInput(const std::string& path);

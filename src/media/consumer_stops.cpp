@@ -1,4 +1,6 @@
-#include "player/media_consumer_stops.h"
+#include "media/consumer_stops.h"
+
+#include <framework/mlt.h>
 
 namespace media {
 namespace {
@@ -7,19 +9,19 @@ const char kStoppedEvent[] = "consumer-stopped";
 // Long enough for a normal end to have marked the consumer stopped.
 constexpr std::chrono::milliseconds kSettleTime(40);
 
+void onStopped(mlt_properties, ConsumerStops* self, mlt_event_data) {
+    self->noteStopped();
+}
+
 }  // namespace
 
 ConsumerStops::ConsumerStops(mlt_consumer consumer) : consumer_(consumer) {
     mlt_events_listen(MLT_CONSUMER_PROPERTIES(consumer), this, kStoppedEvent,
-                      reinterpret_cast<mlt_listener>(&ConsumerStops::onStopped));
+                      reinterpret_cast<mlt_listener>(&onStopped));
 }
 
 ConsumerStops::~ConsumerStops() {
     mlt_events_disconnect(MLT_CONSUMER_PROPERTIES(consumer_), this);
-}
-
-void ConsumerStops::onStopped(mlt_properties, ConsumerStops* self, mlt_event_data) {
-    ++self->reports_;
 }
 
 void ConsumerStops::clear() {

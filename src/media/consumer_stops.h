@@ -6,7 +6,7 @@
 // later, by a consumer that still reads as running is that lost start.
 #pragma once
 
-#include <mlt-7/framework/mlt.h>
+#include <framework/mlt_types.h>
 
 #include <atomic>
 #include <chrono>
@@ -30,9 +30,10 @@ class ConsumerStops {
     // Stops the consumer and starts it again from the producer's first frame at normal speed.
     void restart(mlt_producer producer);
 
-  private:
-    static void onStopped(mlt_properties, ConsumerStops* self, mlt_event_data);
+    // Called on the render thread when it reports its end.
+    void noteStopped() { ++reports_; }
 
+  private:
     mlt_consumer consumer_;
     std::atomic<int> reports_{0};
     std::optional<std::chrono::steady_clock::time_point> runningAfterReport_;

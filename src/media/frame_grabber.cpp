@@ -1,10 +1,14 @@
-#include "player/media_frame_grabber.h"
+#include "media/frame_grabber.h"
 
 extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavfilter/avfilter.h>
 #include <libavfilter/buffersink.h>
 #include <libavfilter/buffersrc.h>
+#include <libavformat/avformat.h>
 #include <libavutil/display.h>
 #include <libavutil/opt.h>
+#include <libswscale/swscale.h>
 }
 
 #include <cmath>
@@ -13,7 +17,7 @@ extern "C" {
 #include <cstring>
 #include <vector>
 
-#include "host/log.h"
+#include "log/log.h"
 
 using media::FramePtr;
 using media::PacketPtr;
@@ -114,6 +118,8 @@ bool encodePicture(AVFormatContext& output, AVCodecContext& encoder, AVFrame& pi
 }
 
 }  // namespace
+
+FrameGrabber::FrameGrabber() : startTime_(AV_NOPTS_VALUE) {}
 
 void FrameGrabber::closeMedia() {
     filterGraph_.reset();

@@ -7,11 +7,13 @@
 #include <cstdint>
 #include <string>
 
-#include "player/media_av_handles.h"
+#include "media/av_handles.h"
+
+struct AVFilterContext;
 
 class FrameGrabber {
   public:
-    FrameGrabber() = default;
+    FrameGrabber();
     FrameGrabber(const FrameGrabber&) = delete;
     FrameGrabber& operator=(const FrameGrabber&) = delete;
 
@@ -69,6 +71,6 @@ class FrameGrabber {
     AVFilterContext* bufferSink_ = nullptr;
     int width_ = 0;
     int height_ = 0;
-    int64_t startTime_ = AV_NOPTS_VALUE;
+    int64_t startTime_;  // FFmpeg's "no timestamp" until detected
     int totalFrames_ = 0;
 };

@@ -1,6 +1,49 @@
-#include "player/media_mlt_handles.h"
+#include "media/mlt_handles.h"
+
+#include <framework/mlt.h>
 
 namespace media {
+
+void releaseReference(mlt_producer_s* object) {
+    mlt_producer_close(object);
+}
+void releaseReference(mlt_consumer_s* object) {
+    mlt_consumer_close(object);
+}
+void releaseReference(mlt_filter_s* object) {
+    mlt_filter_close(object);
+}
+void releaseReference(mlt_transition_s* object) {
+    mlt_transition_close(object);
+}
+void releaseReference(mlt_profile_s* object) {
+    mlt_profile_close(object);
+}
+
+void addReference(mlt_producer_s* object) {
+    mlt_properties_inc_ref(MLT_PRODUCER_PROPERTIES(object));
+}
+void addReference(mlt_consumer_s* object) {
+    mlt_properties_inc_ref(MLT_CONSUMER_PROPERTIES(object));
+}
+void addReference(mlt_filter_s* object) {
+    mlt_properties_inc_ref(MLT_FILTER_PROPERTIES(object));
+}
+void addReference(mlt_transition_s* object) {
+    mlt_properties_inc_ref(MLT_TRANSITION_PROPERTIES(object));
+}
+
+void retireConsumer(ConsumerHandle& consumer, bool purge) {
+    if (!consumer) {
+        return;
+    }
+    if (purge) {
+        mlt_consumer_purge(consumer.get());
+    }
+    mlt_consumer_stop(consumer.get());
+    mlt_consumer_connect(consumer.get(), nullptr);
+    consumer.reset();
+}
 
 void ensureEngineFactory() {
     if (mlt_factory_repository() == nullptr) {
@@ -8,8 +51,8 @@ void ensureEngineFactory() {
     }
 }
 
-ProfilePtr makeProfile(const std::string& name) {
-    return ProfilePtr(mlt_profile_init(name.empty() ? nullptr : name.c_str()));
+ProfileHandle makeProfile(const std::string& name) {
+    return ProfileHandle::adopt(mlt_profile_init(name.empty() ? nullptr : name.c_str()));
 }
 
 }  // namespace media

@@ -1,4 +1,6 @@
-#include "player/media_probe.h"
+#include "media/probe.h"
+
+#include <framework/mlt.h>
 
 #include <json/value.h>
 
@@ -8,9 +10,9 @@
 #include <cstring>
 #include <utility>
 
-#include "host/log.h"
+#include "log/log.h"
+#include "media/mlt_handles.h"
 #include "messages/styled_json.h"
-#include "player/media_mlt_handles.h"
 
 namespace {
 
@@ -204,12 +206,13 @@ std::string getPictureInfo(mlt_properties properties) {
 std::string getMediaProperty(const std::string& profileName, const std::string& fileName,
                              const std::string& fileType) {
     media::ensureEngineFactory();
-    media::ProfilePtr profile = media::makeProfile(profileName);
+    media::ProfileHandle profile = media::makeProfile(profileName);
     if (!profile) {
         writeLog(kLogInfo, "%s", kNoProfileText);
         return std::string();
     }
-    media::ProducerPtr producer(mlt_factory_producer(profile.get(), nullptr, fileName.c_str()));
+    media::ProducerHandle producer = media::ProducerHandle::adopt(
+        mlt_factory_producer(profile.get(), nullptr, fileName.c_str()));
     if (!producer) {
         writeLog(kLogInfo, "%s", kNoProducerText);
         return std::string();

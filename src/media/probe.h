@@ -3,7 +3,7 @@
 // of a picture, as a styled JSON text for the client.
 #pragma once
 
-#include <mlt-7/framework/mlt.h>
+#include <framework/mlt_types.h>
 
 #include <string>
 

@@ -1,11 +1,13 @@
-#include "player/media_snapshot.h"
+#include "media/snapshot.h"
+
+#include <framework/mlt.h>
 
 #include <vector>
 
-#include "host/log.h"
+#include "log/log.h"
+#include "media/consumer_stops.h"
+#include "media/mlt_handles.h"
 #include "platform/platform.h"
-#include "player/media_consumer_stops.h"
-#include "player/media_mlt_handles.h"
 
 namespace {
 
@@ -37,8 +39,10 @@ class SingleFrameArguments {
     std::vector<char*> pointers_;
 };
 
-media::ProducerPtr makeSingleFrameProducer(mlt_profile profile, SingleFrameArguments& arguments) {
-    return media::ProducerPtr(mlt_factory_producer(profile, kMeltService, arguments.data()));
+media::ProducerHandle makeSingleFrameProducer(mlt_profile profile,
+                                              SingleFrameArguments& arguments) {
+    return media::ProducerHandle::adopt(
+        mlt_factory_producer(profile, kMeltService, arguments.data()));
 }
 
 // Renders the connected producer through the consumer until it stops by
@@ -70,13 +74,13 @@ bool snapPicture(int position, const std::string& profileName, const std::string
                  const std::string& outFile) {
     writeLog(kLogDebug, "%s", kBeginText);
     media::ensureEngineFactory();
-    media::ProfilePtr profile = media::makeProfile(profileName);
+    media::ProfileHandle profile = media::makeProfile(profileName);
     if (!profile) {
         writeLog(kLogInfo, "%s", kNoProfileText);
         return false;
     }
     SingleFrameArguments arguments(fileName, position);
-    media::ProducerPtr producer = makeSingleFrameProducer(profile.get(), arguments);
+    media::ProducerHandle producer = makeSingleFrameProducer(profile.get(), arguments);
     if (producer && profileName.empty()) {
         // Remade on the adapted profile so the picture keeps the media's own size.
         mlt_profile_from_producer(profile.get(), producer.get());
@@ -88,7 +92,7 @@ bool snapPicture(int position, const std::string& profileName, const std::string
         writeLog(kLogInfo, "%s", kNoProducerText);
         return false;
     }
-    media::ConsumerPtr consumer(
+    media::ConsumerHandle consumer = media::ConsumerHandle::adopt(
         mlt_factory_consumer(profile.get(), kAvformatService, outFile.c_str()));
     if (consumer) {
         renderToEnd(producer.get(), consumer.get());

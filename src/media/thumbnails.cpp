@@ -1,6 +1,6 @@
-#include "player/media_thumbnails.h"
+#include "media/thumbnails.h"
 
-#include "host/log.h"
+#include "log/log.h"
 #include "platform/platform.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "player/media_frame_grabber.h"
+#include "media/frame_grabber.h"
 
 // Size of the thumbnails and the frame rate in which the file's length is
 // counted; members the client leaves out are 0.

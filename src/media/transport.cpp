@@ -1,4 +1,6 @@
-#include "player/transport.h"
+#include "media/transport.h"
+
+#include <framework/mlt.h>
 
 const char kTransportProducer[] = "transport_producer";
 const char kTransportConsumer[] = "transport_consumer";

@@ -4,7 +4,7 @@
 // "transport_consumer" on the producer.
 #pragma once
 
-#include <mlt-7/framework/mlt.h>
+#include <framework/mlt_types.h>
 
 #include <string>
 

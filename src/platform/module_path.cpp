@@ -1,7 +1,7 @@
 #include "platform/module_path.h"
 
-#include "messages/text_conversion.h"
 #include "platform/platform.h"
+#include "platform/text_conversion.h"
 
 namespace platform {
 

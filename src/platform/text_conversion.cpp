@@ -1,4 +1,4 @@
-#include "messages/text_conversion.h"
+#include "platform/text_conversion.h"
 
 #include <iconv.h>
 

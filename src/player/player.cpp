@@ -1,11 +1,13 @@
 #include "player/player.h"
 
+#include <framework/mlt.h>
+
 #include <cstdarg>
 #include <cstdio>
 
-#include "host/log.h"
+#include "log/log.h"
+#include "media/transport.h"
 #include "player/player_names.h"
-#include "player/transport.h"
 
 namespace {
 
@@ -67,7 +69,7 @@ std::string MePlayer::getMltFile() const {
 }
 
 bool MePlayer::hasProducer() const {
-    return producer_ != nullptr;
+    return static_cast<bool>(producer_);
 }
 
 int MePlayer::initFactory() {
@@ -94,7 +96,7 @@ void MePlayer::ensureFactory() {
 
 void MePlayer::ensureProfile() {
     if (!profile_) {
-        profile_.reset(mlt_profile_init(profileName.empty() ? nullptr : profileName.c_str()));
+        profile_ = media::makeProfile(profileName);
     }
 }
 
@@ -143,7 +145,7 @@ int MePlayer::play(int position, bool autoPlay, const std::string& xmlPath) {
     int result = 0;
     if (profile_) {
         writeLog(kLogInfo, kPlayProfile, profile_->width, profile_->height);
-        producer_.reset(
+        producer_ = media::ProducerHandle::adopt(
             mlt_factory_producer(profile_.get(), playernames::kTimelineProducer, xmlPath.c_str()));
         if (producer_) {
             result = startPreview(position, autoPlay);
@@ -155,7 +157,8 @@ int MePlayer::play(int position, bool autoPlay, const std::string& xmlPath) {
 
 int MePlayer::startPreview(int position, bool autoPlay) {
     if (!consumer_) {
-        consumer_.reset(createConsumer(profile_.get(), playernames::kPreviewService));
+        consumer_ = media::ConsumerHandle::adopt(
+            createConsumer(profile_.get(), playernames::kPreviewService));
     }
     if (!consumer_) {
         // The producer was built on the profile, so it goes first.
@@ -189,19 +192,10 @@ void MePlayer::closeConsumer() {
 void MePlayer::releasePreview() {
     if (consumer_) {
         setTransportDouble(playernames::kVolume, 0.0);
-        retireConsumer(consumer_, false);
+        media::retireConsumer(consumer_);
     }
     if (fullScreenConsumer_) {
-        retireConsumer(fullScreenConsumer_, false);
+        media::retireConsumer(fullScreenConsumer_);
     }
     producer_.reset();
-}
-
-void MePlayer::retireConsumer(media::ConsumerPtr& consumer, bool purge) {
-    if (purge) {
-        mlt_consumer_purge(consumer.get());
-    }
-    mlt_consumer_stop(consumer.get());
-    mlt_consumer_connect(consumer.get(), nullptr);
-    consumer.reset();
 }

@@ -3,18 +3,18 @@
 // thumbnail grabber. All calls arrive on the server thread, one at a time.
 #pragma once
 
-#include <mlt-7/framework/mlt.h>
+#include <framework/mlt_types.h>
 
 #include <functional>
 #include <string>
 #include <vector>
 
+#include "export/export_session.h"
+#include "export/export_settings.h"
+#include "media/frame_grabber.h"
+#include "media/mlt_handles.h"
+#include "media/thumbnails.h"
 #include "messages/parse_json.h"
-#include "player/export_session.h"
-#include "player/export_settings.h"
-#include "player/media_frame_grabber.h"
-#include "player/media_mlt_handles.h"
-#include "player/media_thumbnails.h"
 
 class MltHelper;
 struct PlayerLiveEdit;  // one row of the live-edit table
@@ -129,8 +129,6 @@ class MePlayer {
     int startPreview(int position, bool autoPlay);
     // Stops, disconnects and closes the preview consumers, then the producer.
     void releasePreview();
-    // Stops, disconnects and closes one consumer, clearing its holder.
-    static void retireConsumer(media::ConsumerPtr& consumer, bool purge);
 
     // Seeks that wait for the consumer to show the frame; see player_seek.cpp.
     void syncSeek(int position);
@@ -146,15 +144,15 @@ class MePlayer {
     void leaveFullScreen(int position);
     void showOn(mlt_consumer consumer, int position);
 
-    media::ProducerPtr producer_;
-    media::ConsumerPtr consumer_;
-    media::ProfilePtr profile_;
+    media::ProducerHandle producer_;
+    media::ConsumerHandle consumer_;
+    media::ProfileHandle profile_;
     mlt_repository repository_ = nullptr;  // the engine's, never released here
     std::string xmlPath_;
     std::string cachePath_;
     ExportSession export_;
     FrameGrabber grabber_;
-    media::ConsumerPtr fullScreenConsumer_;
+    media::ConsumerHandle fullScreenConsumer_;
     bool isFullScreen_ = false;
     int lastPosition_ = 0;
 };

@@ -1,9 +1,11 @@
 // Switching the preview between the client's window and a full-screen
+
+#include <framework/mlt.h>
 // consumer. The producer keeps playing through the switch; only the consumer
 // its transport link names changes.
+#include "media/transport.h"
 #include "player/player.h"
 #include "player/player_names.h"
-#include "player/transport.h"
 
 namespace {
 
@@ -40,13 +42,13 @@ void MePlayer::enterFullScreen(int width, int height, int position, int targetWi
     }
     // A stopped windowed consumer is kept and picked up again on the way back.
     if (consumer_ && isRunning(consumer_.get())) {
-        retireConsumer(consumer_, true);
+        media::retireConsumer(consumer_, true);
         unlinkTransport(producer_.get());
     }
     ensureProfile();
     profile_->width = fullScreenWidth;
     profile_->height = fullScreenHeight;
-    fullScreenConsumer_.reset(
+    fullScreenConsumer_ = media::ConsumerHandle::adopt(
         mlt_factory_consumer(profile_.get(), playernames::kPreviewService, nullptr));
     if (fullScreenConsumer_) {
         mlt_consumer consumer = fullScreenConsumer_.get();
@@ -73,11 +75,12 @@ void MePlayer::leaveFullScreen(int position) {
     profile_->height = kWindowedProfileHeight;
     if (fullScreenConsumer_) {
         // A stopped full-screen consumer is of no further use either.
-        retireConsumer(fullScreenConsumer_, isRunning(fullScreenConsumer_.get()));
+        media::retireConsumer(fullScreenConsumer_, isRunning(fullScreenConsumer_.get()));
         unlinkTransport(producer_.get());
     }
     if (!consumer_) {
-        consumer_.reset(createConsumer(profile_.get(), playernames::kPreviewService));
+        consumer_ = media::ConsumerHandle::adopt(
+            createConsumer(profile_.get(), playernames::kPreviewService));
         if (!consumer_) {
             isFullScreen_ = false;
             return;

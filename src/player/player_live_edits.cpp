@@ -1,10 +1,12 @@
 // Timeline edits applied to the running preview graph. The preview consumer
+
+#include <framework/mlt.h>
 // must not render while MltHelper rewires the graph, so most edits stop and
 // disconnect it first and reconnect and restart it afterwards; the batch forms
 // leave that to the caller's stopConsumer / startConsumer bracket.
-#include "host/log.h"
+#include "engine/mlt_helper.h"
+#include "log/log.h"
 #include "player/player.h"
-#include "project/mlt_helper.h"
 
 struct PlayerLiveEdit {
     bool stops;                         // stop the consumer before the edit

@@ -1,4 +1,6 @@
 // What the client polls: lengths, rates, times and positions.
+
+#include <framework/mlt.h>
 #include <algorithm>
 
 #include "player/player.h"

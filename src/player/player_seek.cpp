@@ -1,9 +1,11 @@
 // The three seek primitives and the transport operations built on them.
-#include "host/log.h"
+
+#include <framework/mlt.h>
+#include "engine/mlt_helper.h"
+#include "log/log.h"
 #include "player/player.h"
 #include "player/player_names.h"
 #include "player/player_waits.h"
-#include "project/mlt_helper.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
 // Export, pictures, probing and audio levels: the player owns the objects
 // these need (the export session, the frame grabber, the engine start) and
 // hands the work to the modules that do it.
-#include "player/hw_accel.h"
-#include "player/media_audio_waveform.h"
-#include "player/media_probe.h"
-#include "player/media_snapshot.h"
-#include "player/media_thumbnails.h"
+#include "export/hw_accel.h"
+#include "media/audio_waveform.h"
+#include "media/probe.h"
+#include "media/snapshot.h"
+#include "media/thumbnails.h"
 #include "player/player.h"
 
 void MePlayer::exportMovie(const ExportSettings& settings) {

@@ -1,8 +1,10 @@
 #include "player/player_waits.h"
 
+#include <framework/mlt.h>
+
 #include <cstdint>
 
-#include "host/log.h"
+#include "log/log.h"
 #include "platform/platform.h"
 
 namespace playerwait {

@@ -3,7 +3,7 @@
 // stopped, because a stopped consumer never reaches any frame.
 #pragma once
 
-#include <mlt-7/framework/mlt.h>
+#include <framework/mlt_types.h>
 
 namespace playerwait {
 

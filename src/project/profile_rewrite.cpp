@@ -2,7 +2,7 @@
 
 #include <libxml/parser.h>
 
-#include "host/log.h"
+#include "log/log.h"
 #include "timeline/decimal_text.h"
 #include "timeline/model_names.h"
 #include "timeline/xml_file.h"

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "host/log.h"
+#include "log/log.h"
 #include "timeline/compose_clip.h"
 #include "timeline/model_names.h"
 

@@ -51,8 +51,11 @@ class MeProject {
     // is complete; loading empties the project first.
     bool saveProject(const std::string& file) const;
     bool loadProject(const std::string& file);
-    // The MLT XML document the player loads.
+    // The MLT XML document the player loads. A clip's multi-filter that names
+    // an "Xml" file gets an empty timeline written there first.
     bool writeTimelineXml(const std::string& path) const;
+    // The empty timeline: the two fixed tractors and nothing else.
+    static bool writeEmptyTimelineXml(const std::string& path);
 
     // The undo copy: to's containers are emptied and refilled with from's
     // entries, sharing the same objects.
@@ -68,6 +71,8 @@ class MeProject {
     const Clips& clips() const { return clips_; }
 
   private:
+    void writeMultiFilterTimelines() const;
+
     // The history restores recorded states entry by entry rather than copying
     // whole containers, so it edits them directly.
     friend class UndoHistory;

@@ -33,7 +33,29 @@ xmlNodePtr writeFixedTractor(xmlNodePtr root, const char* id, bool global) {
 
 }  // namespace
 
+bool MeProject::writeEmptyTimelineXml(const std::string& path) {
+    return MeProject().writeTimelineXml(path);
+}
+
+void MeProject::writeMultiFilterTimelines() const {
+    for (const Tracks* tracks : {&videoTracks_, &audioTracks_}) {
+        for (const auto& entry : *tracks) {
+            if (!entry.second->visible()) {
+                continue;
+            }
+            for (const auto& placement : entry.second->placements()) {
+                for (const auto& multi : placement->multiFilters()) {
+                    if (!multi.second.xmlFile().empty()) {
+                        writeEmptyTimelineXml(multi.second.xmlFile());
+                    }
+                }
+            }
+        }
+    }
+}
+
 bool MeProject::writeTimelineXml(const std::string& path) const {
+    writeMultiFilterTimelines();
     XmlDocument document = newXmlDocument(mltxml::kRoot);
     xmlNodePtr root = xmlDocGetRootElement(document.get());
     for (const auto& entry : clips_) {

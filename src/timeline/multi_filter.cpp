@@ -1,7 +1,6 @@
 #include "timeline/multi_filter.h"
 
 #include "messages/styled_json.h"
-#include "project/project.h"
 #include "timeline/decimal_text.h"
 #include "timeline/model_names.h"
 #include "timeline/xml_tree.h"
@@ -69,14 +68,6 @@ void MeMultiFilter::applyPropertyOverrides(CParseJson& json) {
             setMembers(properties, content[jsonkey::kProperty]);
         }
     }
-}
-
-bool MeMultiFilter::saveXmlFile() const {
-    if (xmlFile_.empty()) {
-        return false;
-    }
-    MeProject scratch;
-    return scratch.writeTimelineXml(xmlFile_);
 }
 
 bool MeMultiFilter::readXml(xmlNodePtr multiFilter) {

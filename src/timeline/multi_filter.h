@@ -19,9 +19,6 @@ class MeMultiFilter {
     // "Properties" then adjusts the copied commands.
     virtual bool initFromJson(CParseJson& json);
     virtual bool initFromJsonText(const std::string& text);
-    // Writes an empty timeline to the file named by "Xml"; false when no file
-    // is named or it cannot be written.
-    virtual bool saveXmlFile() const;
 
     // The project-file "MultiFilter" element.
     bool readXml(xmlNodePtr multiFilter);

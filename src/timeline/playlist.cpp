@@ -1,6 +1,6 @@
 #include "timeline/playlist.h"
 
-#include "host/log.h"
+#include "log/log.h"
 #include "timeline/decimal_text.h"
 #include "timeline/model_names.h"
 #include "timeline/xml_tree.h"
@@ -61,9 +61,6 @@ void MePlayList::writeMltXml(xmlNodePtr parent) const {
     writeEntry(playlist, service_.in(), service_.out(), repeat_);
     if (repeatTail_ != modelkind::kZero) {
         writeEntry(playlist, tailOut_, tailOut_, repeatTail_);
-    }
-    for (const auto& entry : multiFilters_) {
-        entry.second.saveXmlFile();
     }
     // Filter ranges are relative to the clip; the playlist starts with the blank.
     for (MeFilter filter : filters_) {

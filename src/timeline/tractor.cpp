@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "host/log.h"
+#include "log/log.h"
 #include "timeline/decimal_text.h"
 #include "timeline/model_names.h"
 #include "timeline/xml_tree.h"

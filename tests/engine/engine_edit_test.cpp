@@ -1,4 +1,6 @@
 // Clip, transition and filter edits, the main track's relayout and transition freezes.
+
+#include <framework/mlt.h>
 #include <unistd.h>
 
 #include <cstdint>

@@ -12,8 +12,8 @@
 #include <sstream>
 #include <utility>
 
+#include "engine/mlt_helper.h"
 #include "messages/parse_json.h"
-#include "project/mlt_helper.h"
 #include "project/project.h"
 #include "support/test_media.h"
 #include "timeline/effect_catalogue.h"

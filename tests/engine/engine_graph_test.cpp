@@ -1,4 +1,6 @@
 // The graph as a whole: bad input, missing graphs, refresh, findService, paths.
+
+#include <framework/mlt.h>
 #include <regex>
 
 #include "engine_fixture.h"

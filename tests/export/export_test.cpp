@@ -1,7 +1,7 @@
 // Export: the hardware encoder table, the argument vector, the consumer and
 // profile made from it, and real renders of a multi-track timeline.
+#include <framework/mlt.h>
 #include <gtest/gtest.h>
-#include <mlt-7/framework/mlt.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -11,11 +11,11 @@
 #include <tuple>
 #include <vector>
 
+#include "export/export_session.h"
+#include "export/hw_accel.h"
+#include "media/mlt_handles.h"
+#include "media/transport.h"
 #include "platform/platform.h"
-#include "player/export_session.h"
-#include "player/hw_accel.h"
-#include "player/media_mlt_handles.h"
-#include "player/transport.h"
 #include "support/export_fixtures.h"
 #include "support/export_log_capture.h"
 #include "support/test_media.h"

@@ -3,7 +3,7 @@
 // temporary graph files, and the timeline document a script of commands builds.
 #include <gtest/gtest.h>
 
-#include <mlt-7/framework/mlt.h>
+#include <framework/mlt.h>
 
 #include <clocale>
 #include <cstdlib>
@@ -14,7 +14,7 @@
 #include "client/pipe_client.h"
 #include "framework/guid_text.h"
 #include "framework/quillavant_framework.h"
-#include "host/log.h"
+#include "log/log.h"
 #include "messages/styled_json.h"
 #include "platform/module_path.h"
 #include "support/framework_timeline_script.h"

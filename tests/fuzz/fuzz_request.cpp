@@ -6,7 +6,7 @@
 #include <string>
 
 #include "framework/quillavant_framework.h"
-#include "host/log.h"
+#include "log/log.h"
 #include "messages/message_head.h"
 #include "messages/parse_json.h"
 

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "host/service.h"
-#include "platform/module_path.h"
-#include "platform/named_pipe.h"
 
 namespace {
 
@@ -18,20 +16,6 @@ TEST(Service, InstanceNumberComesAfterTheFirstLetterEOfALongName) {
     for (const auto& [name, number] : cases) {
         EXPECT_EQ(instanceNumberFromPipeName(name), number) << name;
     }
-}
-
-TEST(Service, ModulePathSplitsDirectoryAndFileName) {
-    platform::ModulePath path = platform::makeModulePath("/opt/q/bin/quillavant-host");
-    EXPECT_EQ(path.directory, "/opt/q/bin/");
-    EXPECT_EQ(path.fileName, "quillavant-host");
-    EXPECT_EQ(path.directoryW, u"/opt/q/bin/");
-    EXPECT_FALSE(platform::modulePath().fileName.empty());
-}
-
-TEST(Service, PipeNamesMapToSocketsInThePipeFolder) {
-    setenv("QUILLAVANT_PIPE_DIR", "/run/q", 1);
-    EXPECT_EQ(platform::NamedPipe::socketPath("EditorPipe"), "/run/q/EditorPipe");
-    unsetenv("QUILLAVANT_PIPE_DIR");
 }
 
 }  // namespace

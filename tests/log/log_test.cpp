@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/log.h"
+#include "log/log.h"
 #include "platform/platform.h"
 #include "support/test_media.h"
 

@@ -2,8 +2,8 @@
 
 #include <sstream>
 
+#include "media/audio_waveform.h"
 #include "media_fixtures.h"
-#include "player/media_audio_waveform.h"
 
 namespace {
 

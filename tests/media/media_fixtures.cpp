@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "host/log.h"
+#include "log/log.h"
 #include "messages/parse_json.h"
 
 namespace mediatest {

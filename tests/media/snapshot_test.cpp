@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "media/snapshot.h"
 #include "media_fixtures.h"
-#include "player/media_snapshot.h"
 
 namespace {
 

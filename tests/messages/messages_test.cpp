@@ -4,7 +4,6 @@
 #include "messages/message_head.h"
 #include "messages/result_text.h"
 #include "messages/styled_json.h"
-#include "messages/text_conversion.h"
 
 namespace {
 
@@ -116,14 +115,6 @@ TEST(MessageHead, A45ByteCommandStartsWithItsLittleEndianHeader) {
     tgMessageHead back = decodeMessageHead(bytes);
     EXPECT_EQ(back.type, 1);
     EXPECT_EQ(back.length, 45u);
-}
-
-TEST(TextConversion, Utf16AndUtf8RoundTripInsideTheBasicPlane) {
-    EXPECT_EQ(utf16ToUtf8(u""), "");
-    EXPECT_EQ(utf16ToUtf8(u"D:\\média\\片.mp4"), "D:\\média\\片.mp4");
-    EXPECT_EQ(utf8ToUtf16("D:\\média\\片.mp4"), u"D:\\média\\片.mp4");
-    // A surrogate pair is not UCS-2: the conversion gives up.
-    EXPECT_EQ(utf16ToUtf8(u"a\U0001F600b"), "");
 }
 
 }  // namespace

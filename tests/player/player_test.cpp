@@ -1,4 +1,6 @@
 // The player: with nothing loaded, and previewing on a real "sdl2" consumer
+
+#include <framework/mlt.h>
 // under a private X display (transport, window, full screen, a live edit).
 #include <gtest/gtest.h>
 

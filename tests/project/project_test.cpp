@@ -122,6 +122,20 @@ TEST_F(ProjectTest, RefusedDocumentsLeaveTheProjectEmpty) {
     }
 }
 
+TEST_F(ProjectTest, TimelineXmlWritesAnEmptyTimelineForEachClipMultiFilterFile) {
+    edit(&MeProject::addTrack, R"({"ID":"Track0","Type":"composite","Main":true})");
+    ASSERT_TRUE(addClip("Track0", "c"));
+    const std::string multiFile = folder_ + "/multi.xml";
+    edit(&MeProject::addMultiFilter, R"({"ID":"m","TrackID":"Track0","Title":"t_multi","Index":0,
+        "Xml":")" + multiFile + "\"}");
+    ASSERT_TRUE(project_.writeTimelineXml(folder_ + "/timeline.xml"));
+    EXPECT_EQ(testsupport::readFile(multiFile),
+              kHeader +
+                  "<mlt>\n  <tractor id=\"maintractor\"/>\n"
+                  "  <tractor id=\"interface_tractor\" global_feed=\"1\">\n"
+                  "    <track producer=\"maintractor\"/>\n  </tractor>\n</mlt>\n");
+}
+
 TEST_F(ProjectTest, SavingReplacesTheFileWholeOrNotAtAll) {
     modeltest::writeTextFile(folder_ + "/project.xml", "previous");
     edit(&MeProject::addTrack, R"({"ID":"A","Type":"audio"})");

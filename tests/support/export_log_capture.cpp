@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <sstream>
 
-#include "host/log.h"
+#include "log/log.h"
 
 namespace testsupport {
 
