@@ -130,7 +130,7 @@ class MePlayer {
     // Stops, disconnects and closes the preview consumers, then the producer.
     void releasePreview();
 
-    // Seeks that wait for the consumer to show the frame; see player_seek.cpp.
+    // Seeks that wait for the consumer to show the frame; see seek.cpp.
     void syncSeek(int position);
     void syncseek(int position);
     void syncStart(int position);

@@ -5,7 +5,7 @@
 #include "log/log.h"
 #include "player/player.h"
 #include "player/player_names.h"
-#include "player/player_waits.h"
+#include "player/waits.h"
 
 namespace {
 

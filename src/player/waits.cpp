@@ -1,4 +1,4 @@
-#include "player/player_waits.h"
+#include "player/waits.h"
 
 #include <framework/mlt.h>
 
