@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "platform/platform.h"
+#include "platform/durable_file.h"
 
 namespace {
 const char kEncoding[] = "UTF-8";
@@ -25,14 +25,10 @@ XmlDocument readXmlFile(const std::string& path, int options) {
 }
 
 bool writeXmlDocument(xmlDocPtr document, const std::string& path) {
-    const std::string partial = path + ".part" + std::to_string(platform::processId());
+    const std::string partial = platform::temporaryPathBeside(path);
     if (xmlSaveFormatFileEnc(partial.c_str(), document, kSaveEncoding, kIndented) < 0) {
         std::remove(partial.c_str());
         return false;
     }
-    if (std::rename(partial.c_str(), path.c_str()) != 0) {
-        std::remove(partial.c_str());
-        return false;
-    }
-    return true;
+    return platform::commitTemporaryFile(partial, path);
 }

@@ -14,7 +14,7 @@ XmlDocument newXmlDocument(const char* rootName);
 // empty when the file cannot be read or parsed.
 XmlDocument readXmlFile(const std::string& path, int options);
 
-// Saves the document indented, in UTF-8, to a temporary file beside path and
-// renames it over path. False when nothing could be written; the previous
-// file is then untouched.
+// Saves the document indented, in UTF-8, to a synced temporary file beside
+// path and renames it over path. False when nothing could be written; the
+// previous file is then untouched.
 bool writeXmlDocument(xmlDocPtr document, const std::string& path);

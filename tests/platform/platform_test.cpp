@@ -1,7 +1,14 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "platform/durable_file.h"
 #include "platform/module_path.h"
 #include "platform/named_pipe.h"
 #include "platform/text_conversion.h"
@@ -28,6 +35,34 @@ TEST(NamedPipe, PipeNamesMapToSocketsInThePipeFolder) {
     setenv("QUILLAVANT_PIPE_DIR", "/run/q", 1);
     EXPECT_EQ(platform::NamedPipe::socketPath("EditorPipe"), "/run/q/EditorPipe");
     unsetenv("QUILLAVANT_PIPE_DIR");
+}
+
+std::string contentOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+TEST(DurableFile, ReplacesTheTargetWholeAndLeavesNoTemporaryFile) {
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / ("qv-durable-" + std::to_string(getpid()));
+    std::filesystem::create_directories(folder);
+    const std::string target = (folder / "project.xml").string();
+    ASSERT_TRUE(platform::writeFileDurably(target, "first"));
+    ASSERT_TRUE(platform::writeFileDurably(target, std::string(1 << 20, 'x')));
+    EXPECT_EQ(contentOf(target).size(), size_t{1} << 20);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder),
+                            std::filesystem::directory_iterator()),
+              1);
+    // A target in a folder that does not exist fails without touching anything.
+    EXPECT_FALSE(platform::writeFileDurably((folder / "none" / "x").string(), "y"));
+    EXPECT_FALSE(platform::commitTemporaryFile((folder / "missing").string(), target));
+    EXPECT_EQ(contentOf(target).size(), size_t{1} << 20);
+    EXPECT_EQ(platform::parentFolder("/a/b.xml"), "/a");
+    EXPECT_EQ(platform::parentFolder("/b.xml"), "/");
+    EXPECT_EQ(platform::parentFolder("b.xml"), ".");
+    std::filesystem::remove_all(folder);
 }
 
 }  // namespace

@@ -1,0 +1,108 @@
+#include "platform/durable_file.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+
+#include "platform/platform.h"
+
+namespace platform {
+namespace {
+
+std::atomic<unsigned> temporaryCounter{0};
+
+class FileDescriptor {
+  public:
+    explicit FileDescriptor(int fd) : fd_(fd) {}
+    ~FileDescriptor() {
+        if (fd_ >= 0) {
+            ::close(fd_);
+        }
+    }
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+    int get() const { return fd_; }
+    // Closes now, reporting the failure a deferred write error shows up as.
+    bool close() {
+        const int fd = fd_;
+        fd_ = -1;
+        return ::close(fd) == 0;
+    }
+
+  private:
+    int fd_;
+};
+
+bool writeAll(int fd, const std::string& bytes) {
+    size_t written = 0;
+    while (written < bytes.size()) {
+        const ssize_t n = ::write(fd, bytes.data() + written, bytes.size() - written);
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n <= 0) {
+            return false;
+        }
+        written += static_cast<size_t>(n);
+    }
+    return true;
+}
+
+}  // namespace
+
+std::string temporaryPathBeside(const std::string& target) {
+    return target + ".part" + std::to_string(processId()) + "-" +
+           std::to_string(temporaryCounter.fetch_add(1));
+}
+
+bool syncFile(const std::string& path) {
+    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    return file.get() >= 0 && ::fsync(file.get()) == 0;
+}
+
+bool syncDirectory(const std::string& folder) {
+    FileDescriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return directory.get() >= 0 && ::fsync(directory.get()) == 0;
+}
+
+std::string parentFolder(const std::string& path) {
+    const size_t cut = path.find_last_of(kPathSeparatorChar);
+    if (cut == std::string::npos) {
+        return ".";
+    }
+    return cut == 0 ? std::string(kPathSeparator) : path.substr(0, cut);
+}
+
+bool commitTemporaryFile(const std::string& temporary, const std::string& target) {
+    if (!syncFile(temporary) || std::rename(temporary.c_str(), target.c_str()) != 0) {
+        std::remove(temporary.c_str());
+        return false;
+    }
+    // The rename has happened; a folder that cannot be synced leaves it in the
+    // page cache only, which a caller cannot undo, so it still counts.
+    syncDirectory(parentFolder(target));
+    return true;
+}
+
+bool writeFileDurably(const std::string& target, const std::string& bytes) {
+    const std::string temporary = temporaryPathBeside(target);
+    FileDescriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    if (file.get() < 0) {
+        return false;
+    }
+    if (!writeAll(file.get(), bytes) || ::fsync(file.get()) != 0 || !file.close()) {
+        std::remove(temporary.c_str());
+        return false;
+    }
+    if (std::rename(temporary.c_str(), target.c_str()) != 0) {
+        std::remove(temporary.c_str());
+        return false;
+    }
+    syncDirectory(parentFolder(target));
+    return true;
+}
+
+}  // namespace platform
