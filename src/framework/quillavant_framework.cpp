@@ -56,5 +56,8 @@ std::string CQuillavantFramework::runControlMessage(const std::string& body) {
 
 void CQuillavantFramework::closeEngine() {
     player_.closeConsumer();
+    // A client may vanish while an export renders: its consumer thread must
+    // be stopped and its services closed before the factory goes away.
+    player_.closeExport();
     mlt_factory_close();
 }

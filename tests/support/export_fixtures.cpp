@@ -55,14 +55,15 @@ std::string expectedHwAccelTable(bool hwAccelAllowed) {
            tableEntry("mpeg2_qsv", "intel", false) + "\n   ]\n}\n";
 }
 
-ExportTimeline writeExportTimeline(const std::string& directory, int frames) {
+ExportTimeline writeExportTimeline(const std::string& directory, int frames, int width,
+                                   int height) {
     ExportTimeline timeline;
     timeline.path = directory + "/timeline.xml";
     timeline.frames = frames;
-    timeline.width = 320;
-    timeline.height = 240;
+    timeline.width = width;
+    timeline.height = height;
     int seconds = frames / 25 + 2;
-    std::string bars = colourBarsWithTone(seconds);
+    std::string bars = colourBarsWithTone(seconds, width, height);
     std::string overlay = pictureOverlay();
     std::string tone = toneWav(seconds);
     std::string last = std::to_string(frames - 1);
@@ -73,10 +74,12 @@ ExportTimeline writeExportTimeline(const std::string& directory, int frames) {
     std::ostringstream xml;
     xml << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
         << "<mlt LC_NUMERIC=\"C\" version=\"7.0.0\">\n"
-        << "  <profile description=\"320x240 25\" width=\"320\" height=\"240\" "
-           "progressive=\"1\" sample_aspect_num=\"1\" sample_aspect_den=\"1\" "
-           "display_aspect_num=\"4\" display_aspect_den=\"3\" frame_rate_num=\"25\" "
-           "frame_rate_den=\"1\" colorspace=\"601\"/>\n"
+        << "  <profile description=\"" << width << "x" << height << " 25\" width=\"" << width
+        << "\" height=\"" << height
+        << "\" progressive=\"1\" sample_aspect_num=\"1\" sample_aspect_den=\"1\" "
+           "display_aspect_num=\""
+        << width << "\" display_aspect_den=\"" << height
+        << "\" frame_rate_num=\"25\" frame_rate_den=\"1\" colorspace=\"601\"/>\n"
         << "  <producer id=\"bars\"><property name=\"resource\">" << bars
         << "</property></producer>\n"
         << "  <producer id=\"overlay\"><property name=\"resource\">" << overlay

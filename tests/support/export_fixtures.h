@@ -18,8 +18,10 @@ struct ExportTimeline {
     int width = 0;
     int height = 0;
 };
-// Writes the timeline's MLT XML into directory. frames is its length.
-ExportTimeline writeExportTimeline(const std::string& directory, int frames = 75);
+// Writes the timeline's MLT XML into directory. frames is its length; the
+// profile and the bars are width x height with square pixels.
+ExportTimeline writeExportTimeline(const std::string& directory, int frames = 75, int width = 320,
+                                   int height = 240);
 
 // One stream of a media file as ffprobe reports it after decoding every
 // packet; numbers it does not report are 0.
