@@ -125,6 +125,7 @@ void FrameGrabber::closeMedia() {
     filterGraph_.reset();
     bufferSource_ = nullptr;
     bufferSink_ = nullptr;
+    pendingPacket_.reset();
     codec_.reset();
     stream_ = nullptr;
     format_.reset();
@@ -249,9 +250,48 @@ bool FrameGrabber::seekToFrame(int frame) {
         timestamp = 0;
     }
     codec_->skip_frame = AVDISCARD_NONREF;
-    av_seek_frame(format_.get(), videoStream_, timestamp, AVSEEK_FLAG_BACKWARD);
+    // Demuxers without an index (MPEG program streams) land on whatever packet
+    // carries the timestamp, often a B- or P-frame whose references lie before
+    // it: step back until the first video packet read is a key frame.
+    int64_t stepBack = static_cast<int64_t>(1.0 / av_q2d(stream_->time_base));
+    for (;;) {
+        pendingPacket_.reset();
+        av_seek_frame(format_.get(), videoStream_, timestamp, AVSEEK_FLAG_BACKWARD);
+        if (timestamp <= 0 || stepBack <= 0 || landedOnKeyFrame()) {
+            break;
+        }
+        timestamp = std::max<int64_t>(0, timestamp - stepBack);
+        stepBack *= 2;
+    }
     avcodec_flush_buffers(codec_.get());
     return true;
+}
+
+bool FrameGrabber::landedOnKeyFrame() {
+    PacketPtr packet = media::makePacket();
+    for (int read = 0; packet && read < kStartPacketLimit; ++read) {
+        if (av_read_frame(format_.get(), packet.get()) < 0) {
+            return true;
+        }
+        if (packet->stream_index == videoStream_) {
+            if ((packet->flags & AV_PKT_FLAG_KEY) == 0) {
+                return false;
+            }
+            pendingPacket_ = std::move(packet);
+            return true;
+        }
+        av_packet_unref(packet.get());
+    }
+    return true;
+}
+
+int FrameGrabber::readPacket(AVPacket* packet) {
+    if (pendingPacket_) {
+        av_packet_move_ref(packet, pendingPacket_.get());
+        pendingPacket_.reset();
+        return 0;
+    }
+    return av_read_frame(format_.get(), packet);
 }
 
 FramePtr FrameGrabber::decodeFrame(int target) {
@@ -277,7 +317,7 @@ FramePtr FrameGrabber::decodeFrame(int target) {
     while (!complete && result >= 0) {
         av_packet_unref(packet.get());
         if (!draining) {
-            result = av_read_frame(format_.get(), packet.get());
+            result = readPacket(packet.get());
             if (result == AVERROR_EOF) {
                 draining = true;
                 result = 0;

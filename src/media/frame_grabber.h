@@ -46,6 +46,11 @@ class FrameGrabber {
   private:
     void closeMedia();
     void detectStartTime();
+    // Reads up to the first video packet after a seek; true when it is a key
+    // frame (kept for decodeFrame) or nothing tells otherwise.
+    bool landedOnKeyFrame();
+    // The packet kept by the last seek, then the input's next one.
+    int readPacket(AVPacket* packet);
     // Prefers dts once more timestamps have come without pts than without dts.
     int64_t guessTimestamp(int64_t pts, int64_t dts);
     // The stream frame a timestamp falls on.
@@ -63,6 +68,7 @@ class FrameGrabber {
     media::InputFormatPtr format_;
     AVStream* stream_ = nullptr;
     media::CodecContextPtr codec_;
+    media::PacketPtr pendingPacket_;
     double positionRate_ = 0.0;
     int videoStream_ = -1;
     double streamRate_ = 0.0;

@@ -65,6 +65,11 @@ std::string intraOnlyMjpeg() {
     return counterVariant("media_mjpeg.avi", "-an -c:v mjpeg -q:v 3 -pix_fmt yuvj420p");
 }
 
+std::string mpeg2ProgramStream() {
+    return counterVariant("media_mpeg2.mpg",
+                          "-t 7.6 -c:v mpeg2video -q:v 4 -g 12 -bf 2 -c:a mp2 -f mpeg");
+}
+
 std::string stillPicture() {
     return testsupport::makeMedia("media_still.png",
                                   "-f lavfi -i testsrc2=size=200x100 -frames:v 1");

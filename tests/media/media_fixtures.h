@@ -21,6 +21,8 @@ std::string counterVariant(const std::string& name, const std::string& arguments
 // degrees counter-clockwise; "ROTATE" stays a plain stream tag.
 std::string rotated(const std::string& key, int degrees);
 std::string intraOnlyMjpeg();
+// The first 7.6 s (190 frames) of the counter as an MPEG-2 program stream with B-frames.
+std::string mpeg2ProgramStream();
 std::string stillPicture();  // 200x100 PNG
 // 4 s of 16-bit PCM, every channel a square wave of period 100 samples at
 // exactly +-amplitude (0 gives silence).

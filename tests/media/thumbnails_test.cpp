@@ -55,6 +55,31 @@ TEST(ThumbnailSeries, EachShowsTheFrameAtItsPositionUprightAndAtTheRequestedSize
     }
 }
 
+// An MPEG program stream has no index: a seek lands on whatever packet holds
+// the time, often one whose reference pictures lie before it. Every position
+// still gets a picture; the very last, which the decoder gives up only when
+// drained, shows the picture before it as any drained picture does.
+TEST(ThumbnailSeries, TheLastFramesOfAProgramStreamWithBFrames) {
+    const std::string media = mediatest::mpeg2ProgramStream();
+    const std::vector<int> positions = {0, 1, 100, 185, 186, 187, 188, 189};
+    FrameGrabber grabber;
+    const std::string directory = testsupport::makeTempDirectory("media-mpeg2");
+    EXPECT_TRUE(snapMultiPicQuick(grabber, positions, {160, 120, 25.0}, media, directory));
+    std::vector<std::string> paths;
+    for (int position : positions) {
+        paths.push_back(thumbnailPath(directory, position));
+        EXPECT_TRUE(testsupport::fileExists(paths.back())) << position;
+    }
+    const auto frames = mediatest::grayFrames(media, 160, 120);
+    ASSERT_EQ(frames.size(), 190u);
+    const auto pictures = mediatest::jpegFrames(paths, 160, 120);
+    ASSERT_EQ(pictures.size(), positions.size());
+    for (size_t i = 0; i < positions.size(); ++i) {
+        const int expected = positions[i] == 189 ? 188 : positions[i];
+        EXPECT_EQ(mediatest::matchingFrame(pictures[i], frames), expected) << positions[i];
+    }
+}
+
 TEST(ThumbnailFailure, FailedPositionsAreLoggedAndLeaveNoFile) {
     const std::string video = mediatest::counterVideo();
     const struct {
