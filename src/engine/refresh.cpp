@@ -1,6 +1,8 @@
 // Whole-graph operations: telling services that the play position jumped, and
 // writing the graph below "maintractor" as MLT XML (the dump after each edit
 // and the file the client asks for).
+#include <unistd.h>
+
 #include <fstream>
 
 #include "engine/engine_names.h"
@@ -8,6 +10,7 @@
 #include "engine/mlt_helper.h"
 #include "log/log.h"
 #include "media/mlt_handles.h"
+#include "platform/durable_file.h"
 
 using namespace mltnames;
 
@@ -214,5 +217,12 @@ void MltHelper::dumpGraph() {
 }
 
 void MltHelper::saveMltFile(const std::string& name) {
-    writeGraph(cachePath_.empty() ? name : cachePath_ + name, nullptr);
+    // The client is promised a whole file: MLT writes beside it, then the
+    // synced copy replaces it in one rename.
+    const std::string target = cachePath_.empty() ? name : cachePath_ + name;
+    const std::string temporary = platform::temporaryPathBeside(target);
+    writeGraph(temporary, nullptr);
+    if (access(temporary.c_str(), F_OK) == 0) {
+        platform::commitTemporaryFile(temporary, target);
+    }
 }

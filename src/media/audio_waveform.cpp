@@ -16,6 +16,7 @@ extern "C" {
 #include <cstdlib>
 
 #include "media/mlt_handles.h"
+#include "platform/durable_file.h"
 
 using media::FramePtr;
 using media::PacketPtr;
@@ -247,14 +248,13 @@ void AudioWaveform::stretchLevels(const std::vector<int>& levels, std::vector<in
 }
 
 bool AudioWaveform::writeLevels(const std::string& path, const std::vector<int>& result) {
-    std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path.c_str(), "w"), &std::fclose);
-    if (!file) {
-        return false;
-    }
+    std::string text;
+    text.reserve(result.size() * 4);
     for (int value : result) {
-        std::fprintf(file.get(), "%d\n", value);
+        text += std::to_string(value);
+        text += '\n';
     }
-    return true;
+    return platform::writeFileDurably(path, text);
 }
 
 bool makeAudioThumbFile(const std::string& profileName, const std::string& fileName,

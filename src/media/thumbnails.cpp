@@ -1,6 +1,7 @@
 #include "media/thumbnails.h"
 
 #include "log/log.h"
+#include "platform/durable_file.h"
 #include "platform/platform.h"
 
 namespace {
@@ -39,12 +40,19 @@ bool snapMultiPicQuick(FrameGrabber& grabber, const std::vector<int>& positions,
     writeLog(kLogDebug, "%s", kBeginText);
     // A file that does not open leaves no decoder, and every position fails.
     grabber.openMedia(fileName, spec.frameRate);
+    bool wroteAny = false;
     for (int position : positions) {
         const std::string path =
             outDir + platform::kPathSeparator + std::to_string(position) + kThumbnailExtension;
-        if (!snapPosition(grabber, position, spec, path)) {
+        if (snapPosition(grabber, position, spec, path)) {
+            wroteAny = true;
+        } else {
             writeLog(kLogError, kPositionFailedText, path.c_str());
         }
+    }
+    // One sync of the folder per series makes the new names durable.
+    if (wroteAny) {
+        platform::syncDirectory(outDir);
     }
     writeLog(kLogInfo, "%s", kEndText);
     return !positions.empty();
