@@ -1,6 +1,8 @@
 // The project document: the object model itself, under a "Quillavant" root.
 #include <libxml/parser.h>
+#include <libxml/tree.h>
 
+#include "log/log.h"
 #include "project/project.h"
 #include "timeline/compose_clip.h"
 #include "timeline/model_names.h"
@@ -9,8 +11,20 @@
 
 namespace {
 
-// libxml2's XML_PARSE_RECOVER.
-constexpr int kProjectParseOptions = 1;
+// libxml2's XML_PARSE_RECOVER, and never a fetch over the network.
+constexpr int kProjectParseOptions = XML_PARSE_RECOVER | XML_PARSE_NONET;
+const char kEntitiesRefused[] = "Refused project file %s: it declares entities";
+
+// Our project documents never declare entities; one that does is either
+// damaged or made to expand without bound or to pull in another file.
+bool declaresEntities(xmlDocPtr document) {
+    for (xmlDtdPtr subset : {document->intSubset, document->extSubset}) {
+        if (subset != nullptr && (subset->entities != nullptr || subset->pentities != nullptr)) {
+            return true;
+        }
+    }
+    return false;
+}
 
 template <typename Object>
 const Object& heldObject(const std::shared_ptr<Object>& object) {
@@ -57,6 +71,10 @@ bool MeProject::saveProject(const std::string& file) const {
 bool MeProject::loadProject(const std::string& file) {
     clear();
     XmlDocument document = readXmlFile(file, kProjectParseOptions);
+    if (document && declaresEntities(document.get())) {
+        writeLog(kLogError, kEntitiesRefused, file.c_str());
+        return false;
+    }
     xmlNodePtr root = document ? xmlDocGetRootElement(document.get()) : nullptr;
     if (!xmltree::hasName(root, projectxml::kRoot)) {
         return false;
