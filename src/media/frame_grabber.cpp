@@ -250,14 +250,17 @@ bool FrameGrabber::seekToFrame(int frame) {
         timestamp = 0;
     }
     codec_->skip_frame = AVDISCARD_NONREF;
-    // Demuxers without an index (MPEG program streams) land on whatever packet
-    // carries the timestamp, often a B- or P-frame whose references lie before
-    // it: step back until the first video packet read is a key frame.
+    // Demuxers without an index (MPEG program and transport streams) find the
+    // time by bisecting the file and land on whatever packet is near it: a B-
+    // or P-frame whose references lie before it, or the key frame after the
+    // target. Step back until the first video packet is a key frame at or
+    // before the target.
+    const int64_t target = timestamp;
     int64_t stepBack = static_cast<int64_t>(1.0 / av_q2d(stream_->time_base));
     for (;;) {
         pendingPacket_.reset();
         av_seek_frame(format_.get(), videoStream_, timestamp, AVSEEK_FLAG_BACKWARD);
-        if (timestamp <= 0 || stepBack <= 0 || landedOnKeyFrame()) {
+        if (timestamp <= 0 || stepBack <= 0 || landedOnKeyFrameBefore(target)) {
             break;
         }
         timestamp = std::max<int64_t>(0, timestamp - stepBack);
@@ -267,14 +270,16 @@ bool FrameGrabber::seekToFrame(int frame) {
     return true;
 }
 
-bool FrameGrabber::landedOnKeyFrame() {
+bool FrameGrabber::landedOnKeyFrameBefore(int64_t target) {
     PacketPtr packet = media::makePacket();
     for (int read = 0; packet && read < kStartPacketLimit; ++read) {
         if (av_read_frame(format_.get(), packet.get()) < 0) {
             return true;
         }
         if (packet->stream_index == videoStream_) {
-            if ((packet->flags & AV_PKT_FLAG_KEY) == 0) {
+            const int64_t time = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
+            if ((packet->flags & AV_PKT_FLAG_KEY) == 0 ||
+                (time != AV_NOPTS_VALUE && time > target)) {
                 return false;
             }
             pendingPacket_ = std::move(packet);

@@ -47,8 +47,9 @@ class FrameGrabber {
     void closeMedia();
     void detectStartTime();
     // Reads up to the first video packet after a seek; true when it is a key
-    // frame (kept for decodeFrame) or nothing tells otherwise.
-    bool landedOnKeyFrame();
+    // frame no later than target (kept for decodeFrame) or nothing tells
+    // otherwise.
+    bool landedOnKeyFrameBefore(int64_t target);
     // The packet kept by the last seek, then the input's next one.
     int readPacket(AVPacket* packet);
     // Prefers dts once more timestamps have come without pts than without dts.

@@ -3,7 +3,7 @@
 #include <sstream>
 
 #include "media/audio_waveform.h"
-#include "media_fixtures.h"
+#include "support/media_fixtures.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "media/probe.h"
-#include "media_fixtures.h"
+#include "support/media_fixtures.h"
 #include "messages/parse_json.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "media/snapshot.h"
-#include "media_fixtures.h"
+#include "support/media_fixtures.h"
 
 namespace {
 

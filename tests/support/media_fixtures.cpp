@@ -1,4 +1,4 @@
-#include "media_fixtures.h"
+#include "support/media_fixtures.h"
 
 #include <gtest/gtest.h>
 
