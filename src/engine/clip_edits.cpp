@@ -98,9 +98,12 @@ mlt_playlist MltHelper::createClipTrack(CParseJson& content, mlt_profile profile
         return nullptr;
     }
     mlt_properties_set(MLT_PRODUCER_PROPERTIES(created.get()), kPropId, id.c_str());
-    mlt_tractor_insert_track(tractor, created.get(), index);
+    {
+        // The caller refreshes the tractor once its edit is complete.
+        Unheard unheard(MLT_MULTITRACK_PROPERTIES(multitrack), tractor);
+        mlt_tractor_insert_track(tractor, created.get(), index);
+    }
     created.reset();  // the multitrack holds its own reference
-    mlt_tractor_refresh(tractor);
     return mltgraph::trackPlaylist(multitrack, index);
 }
 
@@ -121,13 +124,25 @@ bool MltHelper::addClip(CParseJson& content, mlt_profile profile) {
     mlt_playlist playlist = createClipTrack(content, profile);
     mlt_tractor tractor = findTractor(request.trackId);
     // An index beyond the track is no failure: the clip simply has no engine playlist.
-    if (playlist != nullptr && !fillClipTrack(playlist, request, content, profile)) {
-        return false;
+    if (playlist != nullptr) {
+        bool filled = false;
+        {
+            Unheard unheard(MLT_PLAYLIST_PROPERTIES(playlist), mlt_tractor_multitrack(tractor));
+            filled = fillClipTrack(playlist, request, content, profile);
+        }
+        if (!filled) {
+            mlt_tractor_refresh(tractor);
+            return false;
+        }
     }
-    if (tractor != nullptr && request.trackId == kMainTrack) {
-        relayoutMainTrack(tractor);
+    if (tractor != nullptr) {
+        if (request.trackId == kMainTrack) {
+            relayoutMainTrack(tractor);
+        } else {
+            mlt_tractor_refresh(tractor);
+        }
     }
-    dumpGraph();
+    graphChanged();
     return true;
 }
 
@@ -242,7 +257,7 @@ bool MltHelper::alterClip(CParseJson& content, mlt_profile profile) {
     if (request.trackId == kMainTrack) {
         relayoutMainTrack(tractor);
     }
-    dumpGraph();
+    graphChanged();
     return true;
 }
 
@@ -345,7 +360,7 @@ bool MltHelper::deleteClip(CParseJson& content) {
     if (trackId == kMainTrack) {
         relayoutMainTrack(tractor);
     }
-    dumpGraph();
+    graphChanged();
     return true;
 }
 
@@ -361,7 +376,7 @@ bool MltHelper::deleteAllClip(CParseJson& content) {
     mlt_multitrack multitrack = mlt_tractor_multitrack(tractor);
     while (mlt_multitrack_count(multitrack) > 0 && mlt_tractor_remove_track(tractor, 0) == 0) {
     }
-    dumpGraph();
+    graphChanged();
     return true;
 }
 
@@ -382,6 +397,6 @@ bool MltHelper::alterSceneResource(CParseJson& content) {
         mltgraph::fireEvent(MLT_PRODUCER_PROPERTIES(mltgraph::entrySource(playlist, main)),
                             kEventSceneChanged, mlt_event_data_from_object(texts));
     }
-    dumpGraph();
+    graphChanged();
     return true;
 }

@@ -1,51 +1,150 @@
 // The timing model of the main video track: every clip playlist starts where
 // the previous clip's main entry ends, a transition's freezes overlap the cut,
 // and each transition covers exactly its two freezes.
+#include <functional>
+#include <optional>
+#include <unordered_set>
+#include <vector>
+
+#include "engine/engine_names.h"
 #include "engine/graph.h"
 #include "engine/mlt_helper.h"
 
 namespace {
 
-// Drops a trailing repeated entry (a tail freeze) unless a transition uses it.
-void dropTailFreeze(mlt_playlist playlist, bool used) {
-    int last = mltgraph::entryCount(playlist) - 1;
-    if (last >= 0 && mltgraph::entryRepeat(playlist, last) > 1 && !used) {
-        mlt_playlist_remove(playlist, last);
+// A clip playlist's entries as the layout reads them, each read once.
+struct Entry {
+    int frames = 0;
+    int repeat = 0;
+    bool blank = false;
+};
+
+std::vector<Entry> readEntries(mlt_playlist playlist) {
+    std::vector<Entry> entries(static_cast<size_t>(mltgraph::entryCount(playlist)));
+    for (size_t i = 0; i < entries.size(); ++i) {
+        mlt_playlist_clip_info info;
+        if (mltgraph::readEntry(playlist, static_cast<int>(i), info)) {
+            entries[i].frames = info.frame_count;
+            entries[i].repeat = info.repeat;
+            entries[i].blank = info.producer != nullptr &&
+                               mltgraph::equals(mltgraph::text(MLT_PRODUCER_PROPERTIES(info.producer),
+                                                               mltnames::kPropMltService),
+                                                mltnames::kServiceBlank);
+        }
     }
+    return entries;
+}
+
+// Where the next clip starts: the frames of every entry but a tail freeze
+// (a repeated last entry), which overlaps the next clip.
+int endOf(const std::vector<Entry>& entries) {
+    int end = 0;
+    for (size_t i = 0; i < entries.size(); ++i) {
+        if (entries[i].repeat == 1 || (entries[i].repeat > 1 && i + 1 != entries.size())) {
+            end += entries[i].frames;
+        }
+    }
+    return end;
+}
+
+// The frames of a head freeze: a repeated entry right after the blank (or
+// first, without a blank) that is not the playlist's last entry.
+int headFreezeLength(const std::vector<Entry>& entries) {
+    size_t head = !entries.empty() && entries[0].blank ? 1 : 0;
+    bool freeze = head + 1 < entries.size() && entries[head].repeat > 1;
+    return freeze ? entries[head].repeat : 0;
 }
 
 // Gives a clip playlist a leading blank of length frames. A blank that would
 // have no frames is removed rather than handed to MLT, which reads a negative
 // out point as its own default length; a playlist that starts with anything
 // but a blank gets one inserted instead of having that entry resized.
-void setLeadingBlank(mlt_playlist playlist, int length) {
-    if (!mltgraph::entryIsBlank(playlist, 0)) {
+// Called before the first change of a playlist.
+using BeforeChange = std::function<void()>;
+
+// True when the playlist changed.
+bool setLeadingBlank(mlt_playlist playlist, const std::vector<Entry>& entries, int length,
+                     const BeforeChange& beforeChange) {
+    if (entries.empty() || !entries[0].blank) {
         if (length > 0) {
+            beforeChange();
             mlt_playlist_insert_blank(playlist, 0, length - 1);
         }
-        return;
+        return length > 0;
     }
-    // Every resize makes the multitrack re-measure all its tracks, so a blank
-    // that already has its length is left alone.
-    if (mltgraph::entryFrames(playlist, 0) == length) {
-        return;
+    if (entries[0].frames == length) {
+        return false;
     }
+    beforeChange();
     if (length > 0) {
         mlt_playlist_resize_clip(playlist, 0, 0, length - 1);
     } else {
         mlt_playlist_remove(playlist, 0);
     }
+    return true;
 }
 
-// The frames of a head freeze: a repeated entry right after the blank (or
-// first, without a blank) that is not the playlist's last entry.
-int headFreezeLength(mlt_playlist playlist) {
-    int head = mltgraph::entryIsBlank(playlist, 0) ? 1 : 0;
-    int repeat = mltgraph::entryRepeat(playlist, head);
-    return repeat > 1 && head < mltgraph::entryCount(playlist) - 1 ? repeat : 0;
+// Which edges of the main track's clips the transitions use: a transition
+// takes its A track's tail freeze and its B track's head freeze.
+struct UsedEdges {
+    std::unordered_set<int> tails;
+    std::unordered_set<int> heads;
+};
+
+UsedEdges usedEdges(mlt_tractor tractor) {
+    UsedEdges used;
+    mltgraph::forEachBelow(MLT_TRACTOR_SERVICE(tractor), [&](mlt_service service) {
+        if (mlt_transition transition = mltgraph::asTransition(service)) {
+            used.tails.insert(mlt_transition_get_a_track(transition));
+            used.heads.insert(mlt_transition_get_b_track(transition));
+        }
+        return true;
+    });
+    return used;
+}
+
+// Drops freezes no transition uses: a repeated head (entry 0 of the first
+// clip, which has no head, is always stale) and a repeated last entry.
+// True when something was dropped.
+bool dropOrphanFreezes(mlt_playlist playlist, int track, const std::vector<Entry>& entries,
+                       const UsedEdges& used, const BeforeChange& beforeChange) {
+    if (entries.size() <= 1) {
+        return false;
+    }
+    bool dropped = false;
+    size_t head = track == 0 ? 0 : 1;
+    size_t last = entries.size() - 1;
+    if (entries[head].repeat > 1 && (track == 0 || used.heads.count(track) == 0)) {
+        beforeChange();
+        mlt_playlist_remove(playlist, static_cast<int>(head));
+        dropped = true;
+        --last;
+    }
+    // The tail is read again after a head went: the entries moved up.
+    int tailRepeat = dropped ? mltgraph::entryRepeat(playlist, static_cast<int>(last))
+                             : entries[last].repeat;
+    if (tailRepeat > 1 && used.tails.count(track) == 0) {
+        beforeChange();
+        mlt_playlist_remove(playlist, static_cast<int>(last));
+        dropped = true;
+    }
+    return dropped;
 }
 
 }  // namespace
+
+MltHelper::Unheard::Unheard(mlt_properties source, void* listener)
+    : source_(source), listener_(listener) {
+    if (source_ != nullptr && listener_ != nullptr) {
+        mlt_events_block(source_, listener_);
+    }
+}
+
+MltHelper::Unheard::~Unheard() {
+    if (source_ != nullptr && listener_ != nullptr) {
+        mlt_events_unblock(source_, listener_);
+    }
+}
 
 int MltHelper::mainEntryIndex(mlt_playlist playlist) {
     int count = mltgraph::entryCount(playlist);
@@ -93,36 +192,6 @@ int MltHelper::positionOfTrack(mlt_multitrack multitrack, mlt_service playlist) 
     return -1;
 }
 
-bool MltHelper::isEdgeUsed(mlt_tractor tractor, int track, bool tail) {
-    bool used = false;
-    mltgraph::forEachBelow(MLT_TRACTOR_SERVICE(tractor), [&](mlt_service service) {
-        if (mlt_transition transition = mltgraph::asTransition(service)) {
-            used = tail ? mlt_transition_get_a_track(transition) == track
-                        : mlt_transition_get_b_track(transition) == track;
-        }
-        return !used;
-    });
-    return used;
-}
-
-void MltHelper::dropOrphanFreezes(mlt_tractor tractor) {
-    mlt_multitrack multitrack = mlt_tractor_multitrack(tractor);
-    int count = mlt_multitrack_count(multitrack);
-    for (int i = 0; i < count; ++i) {
-        mlt_playlist playlist = mltgraph::trackPlaylist(multitrack, i);
-        if (mltgraph::entryCount(playlist) <= 1) {
-            continue;
-        }
-        // The first clip has no head: a repeated entry 0 there is always stale.
-        int head = i == 0 ? 0 : 1;
-        if (mltgraph::entryRepeat(playlist, head) > 1 &&
-            (i == 0 || !isEdgeUsed(tractor, i, false))) {
-            mlt_playlist_remove(playlist, head);
-        }
-        dropTailFreeze(playlist, isEdgeUsed(tractor, i, true));
-    }
-}
-
 void MltHelper::retimeTransitions(mlt_tractor tractor) {
     mlt_multitrack multitrack = mlt_tractor_multitrack(tractor);
     mltgraph::forEachBelow(MLT_TRACTOR_SERVICE(tractor), [&](mlt_service service) {
@@ -150,18 +219,39 @@ void MltHelper::relayoutMainTrack(mlt_tractor tractor) {
     if (count == 0) {
         return;
     }
-    dropOrphanFreezes(tractor);
-    mlt_playlist first = mltgraph::trackPlaylist(multitrack, 0);
-    if (mltgraph::entryCount(first) > 0 && mltgraph::entryIsBlank(first, 0)) {
-        mlt_playlist_remove(first, 0);
-    }
-    for (int i = 1; i < count; ++i) {
+    // One pass in track order: each clip's blank follows from the clip before
+    // it, which is final by then. The multitrack is told once, at the end.
+    const UsedEdges used = usedEdges(tractor);
+    int start = 0;
+    for (int i = 0; i < count; ++i) {
         mlt_playlist playlist = mltgraph::trackPlaylist(multitrack, i);
         if (playlist == nullptr) {
+            start = 0;
             continue;
         }
-        // The head freeze lies in front of the clip's start, taken out of the blank.
-        setLeadingBlank(playlist, trackStart(multitrack, i) - headFreezeLength(playlist));
+        std::optional<Unheard> unheard;
+        const BeforeChange quiet = [&] {
+            if (!unheard) {
+                unheard.emplace(MLT_PLAYLIST_PROPERTIES(playlist), multitrack);
+            }
+        };
+        std::vector<Entry> entries = readEntries(playlist);
+        if (dropOrphanFreezes(playlist, i, entries, used, quiet)) {
+            entries = readEntries(playlist);
+        }
+        if (i == 0) {
+            if (!entries.empty() && entries[0].blank) {
+                quiet();
+                mlt_playlist_remove(playlist, 0);
+                entries.erase(entries.begin());
+            }
+        } else {
+            // The head freeze lies in front of the clip's start, taken out of the blank.
+            if (setLeadingBlank(playlist, entries, start - headFreezeLength(entries), quiet)) {
+                entries = readEntries(playlist);
+            }
+        }
+        start = endOf(entries);
     }
     retimeTransitions(tractor);
     mlt_tractor_refresh(tractor);

@@ -3,10 +3,13 @@
 // and the file the client asks for).
 #include <unistd.h>
 
+#include <cstdio>
 #include <fstream>
 
 #include "engine/engine_names.h"
 #include "engine/graph.h"
+#include "engine/graph_dump.h"
+#include "engine/graph_xml.h"
 #include "engine/mlt_helper.h"
 #include "log/log.h"
 #include "media/mlt_handles.h"
@@ -184,7 +187,7 @@ void MltHelper::refreshTransitionsBackward(int from, int to) {
     });
 }
 
-void MltHelper::writeGraph(const std::string& target, std::string* text) {
+void MltHelper::writeGraph(const std::string& target) {
     // Without the main tractor there is nothing to serialise; a consumer
     // started alone would only leave its frame-buffer size in "buffer".
     mlt_tractor tractor = findTractor(kMainTractor);
@@ -199,21 +202,46 @@ void MltHelper::writeGraph(const std::string& target, std::string* text) {
     mlt_service_connect_producer(MLT_CONSUMER_SERVICE(consumer.get()), MLT_TRACTOR_SERVICE(tractor),
                                  0);
     mlt_consumer_start(consumer.get());
-    if (text != nullptr) {
-        *text =
-            mltgraph::orEmpty(mltgraph::text(MLT_CONSUMER_PROPERTIES(consumer.get()), kPropBuffer));
-    }
     media::retireConsumer(consumer);
 }
 
-void MltHelper::dumpGraph() {
-    std::string text;
-    writeGraph(kXmlBufferTarget, &text);
-    if (text.empty()) {
-        return;
+bool MltHelper::dumpGraph(const graphxml::KeepGoing& keepGoing) {
+    mlt_tractor tractor = findTractor(kMainTractor);
+    if (tractor == nullptr) {
+        return true;
     }
-    std::ofstream file(dumpPath(), std::ios::binary | std::ios::trunc);
-    file << text;
+    std::optional<std::string> dumped = graphxml::serialise(MLT_TRACTOR_SERVICE(tractor), keepGoing);
+    if (!dumped) {
+        return false;
+    }
+    const std::string& text = *dumped;
+    if (text.empty()) {
+        return true;
+    }
+    // A diagnostic file: whole after a crash is enough, so no sync.
+    const std::string target = dumpPath();
+    const std::string temporary = platform::temporaryPathBeside(target);
+    {
+        std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
+        file << text;
+        if (!file.flush()) {
+            file.close();
+            std::remove(temporary.c_str());
+            return true;
+        }
+    }
+    if (std::rename(temporary.c_str(), target.c_str()) != 0) {
+        std::remove(temporary.c_str());
+    }
+    return true;
+}
+
+void MltHelper::graphChanged() {
+    if (dumps_ != nullptr) {
+        dumps_->markChanged(cachePath_);
+    } else {
+        dumpGraph();
+    }
 }
 
 void MltHelper::saveMltFile(const std::string& name) {
@@ -221,7 +249,7 @@ void MltHelper::saveMltFile(const std::string& name) {
     // synced copy replaces it in one rename.
     const std::string target = cachePath_.empty() ? name : cachePath_ + name;
     const std::string temporary = platform::temporaryPathBeside(target);
-    writeGraph(temporary, nullptr);
+    writeGraph(temporary);
     if (access(temporary.c_str(), F_OK) == 0) {
         platform::commitTemporaryFile(temporary, target);
     }
