@@ -1,126 +1,238 @@
-// How one live ADD_CLIP on the main track grows with the timeline: the time
-// of MltHelper::addClip appending a clip to "Track0" (its playlist, the
-// main-track re-layout and retiming, and the graph dump that ends every edit)
-// on timelines of 10, 100 and 1,000 clips. The reference is the 10-clip
-// timeline; the ratio 1,000 vs 10 shows how the edit scales. The dump alone
-// (MLT's XML consumer) is timed too, since it grows faster than the edit.
+// Live edits of a playing preview, as the client feels them: ADD_CLIP,
+// ALTER_CLIP and DELETE_CLIP on the main track of a timeline of colour clips
+// that PRE_PLAY has loaded, over the socket, median of each on timelines of
+// 100 and 1,000 clips (or the sizes given: bench_live_edit 100 1000 3000).
+// Each figure is printed against its target and with its growth between the
+// smallest and the largest timeline (linear growth shows as the size ratio).
 //
-// Clips are MLT "color" producers so that the figure measures the graph edit
-// and not media decoding. Each timeline is built with MeProject and loaded
-// with MLT's "xml" producer, as the preview loads it.
+// In the same run, in-process on the same document: the graph dump that the
+// edits defer, written by our serialiser and by MLT's own XML consumer (the
+// reference it must equal), and MLT loading the document (what PRE_PLAY
+// waits for, quadratic inside MLT's multitrack).
+// Without a DISPLAY it runs itself again under xvfb-run.
 #include <framework/mlt.h>
-#include <stdlib.h>
-#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
-#include "engine/mlt_helper.h"
-#include "messages/parse_json.h"
-#include "project/project.h"
+#include "client/pipe_client.h"
+#include "client/service_launcher.h"
+#include "engine/graph_xml.h"
 
 namespace {
 
-constexpr int kSamples = 15;
-constexpr int kClipFrames = 50;
+constexpr int kSamples = 21;
+constexpr double kTargetAt1000Ms = 10.0;
+constexpr double kTargetAt10000Ms = 60.0;
 
-bool run(MeProject& project, bool (MeProject::*operation)(CParseJson&), const std::string& json) {
-    CParseJson content;
-    return content.parse(json) && (project.*operation)(content);
+using Clock = std::chrono::steady_clock;
+
+double millisecondsSince(Clock::time_point start) {
+    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
-std::string clipJson(const std::string& id) {
-    return R"({"TrackID":"Track0","ID":")" + id +
-           R"(","Index":-1,"MltService":"color","Resource":"#ff336699","In":"0","Out":")" +
-           std::to_string(kClipFrames - 1) + "\"}";
+double median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values.empty() ? 0.0 : values[values.size() / 2];
 }
 
-std::string writeTimeline(const std::string& folder, int clips) {
-    MeProject project;
-    run(project, &MeProject::addTrack, R"({"ID":"Track0","Type":"composite","Main":true})");
-    run(project, &MeProject::addTrack, R"({"ID":"AudioTrack0","Type":"audio"})");
-    for (int i = 0; i < clips; ++i) {
-        run(project, &MeProject::addClip, clipJson("c" + std::to_string(i)));
-    }
-    std::string path = folder + "/timeline_" + std::to_string(clips) + ".xml";
-    project.writeTimelineXml(path);
-    return path;
+std::string colourClip(const std::string& id, int index, int out) {
+    return R"({"TrackID":"Track0","ID":")" + id + R"(","Index":)" + std::to_string(index) +
+           R"(,"MltService":"color","Resource":"#ff336699","In":"0","Out":")" +
+           std::to_string(out) + "\"}";
 }
 
-double medianOf(std::vector<double> samples) {
-    std::sort(samples.begin(), samples.end());
-    return samples[samples.size() / 2];
-}
-
-template <typename Edit>
-double milliseconds(Edit edit) {
-    auto start = std::chrono::steady_clock::now();
-    edit();
-    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
-        .count();
+std::string alteredClip(const std::string& id, int index, int out) {
+    return R"({"TrackID":"Track0","ID":")" + id + R"(","IndexNew":)" + std::to_string(index) +
+           R"(,"IndexOld":)" + std::to_string(index) +
+           R"(,"MltService":"color","Resource":"#ff336699","In":"0","Out":")" +
+           std::to_string(out) + "\"}";
 }
 
 struct Figures {
-    double addClip = -1.0;  // median ms of one appended clip, dump included
-    double dump = -1.0;     // median ms of the graph dump alone
+    int clips = 0;
+    double loadMs = 0.0;    // PRE_PLAY of the whole timeline
+    double addMs = 0.0;     // ADD_CLIP appended
+    double alterMs = 0.0;   // ALTER_CLIP of a clip in the middle
+    double deleteMs = 0.0;  // DELETE_CLIP of the last clip
+    double ourDumpMs = 0.0;
+    double mltDumpMs = 0.0;
+    double mltLoadMs = 0.0;
 };
 
-Figures measure(const std::string& folder, mlt_profile profile, int clips) {
-    Figures figures;
-    std::string path = writeTimeline(folder, clips);
-    mlt_producer producer = mlt_factory_producer(profile, "xml", path.c_str());
-    if (producer == nullptr) {
-        std::fprintf(stderr, "cannot load %s\n", path.c_str());
-        return figures;
+class LiveSession {
+  public:
+    bool start(const std::string& directory) {
+        directory_ = directory;
+        const std::string pipe = "benchlive" + std::to_string(getpid());
+        return service_.start(std::string(QV_BIN_DIR) + "/quillavant-host", directory, pipe,
+                              {"SDL_AUDIODRIVER=dummy"}, directory + "/host.stderr") &&
+               client_.connectPath(directory + "/" + pipe, 10000);
     }
-    std::vector<double> adds;
-    std::vector<double> dumps;
-    for (int sample = 0; sample < kSamples; ++sample) {
-        CParseJson content;
-        content.parse(clipJson("added" + std::to_string(sample)));
-        MltHelper helper(producer, folder);
-        adds.push_back(milliseconds([&] {
-            if (!helper.addClip(content, profile)) {
-                std::fprintf(stderr, "addClip failed on %d clips\n", clips);
-            }
-        }));
-        dumps.push_back(milliseconds([&] { helper.dumpGraph(); }));
+
+    double timed(bool control, const std::string& name, const std::string& content) {
+        PipeReply reply;
+        const Clock::time_point sent = Clock::now();
+        bool answered = control ? client_.sendControl(name, content, &reply)
+                                : client_.sendCommand(name, content, &reply);
+        if (!answered) {
+            std::fprintf(stderr, "%s: %s\n", name.c_str(), client_.lastError().c_str());
+            std::exit(1);
+        }
+        return millisecondsSince(sent);
+    }
+
+    // The main track of clips colour clips, loaded into a paused preview.
+    double build(int clips) {
+        timed(false, "OPEN_MOVIE",
+              R"({"Profile":"atsc_720p_25","Width":1280,"Height":720,"WindowID":0,"CachePath":")" +
+                  directory_ + "\"}");
+        timed(false, "ADD_TRACK", R"({"ID":"Track0","Type":"composite","Main":true})");
+        std::string batch = "[";
+        for (int i = 0; i < clips; ++i) {
+            batch += (i ? "," : "") + colourClip("c" + std::to_string(i), -1, 49);
+        }
+        timed(false, "ADD_BATCH_CLIP", batch + "]");
+        return timed(true, "PRE_PLAY",
+                     R"({"AutoPlay":false,"Position":0,"Width":1280,"Height":720})");
+    }
+
+    void measure(Figures& figures) {
+        std::vector<double> add, alter, remove;
+        const int middle = figures.clips / 2;
+        const std::string middleId = "c" + std::to_string(middle);
+        for (int i = 0; i < kSamples; ++i) {
+            add.push_back(timed(false, "ADD_CLIP", colourClip("n" + std::to_string(i), -1, 24)));
+            alter.push_back(timed(false, "ALTER_CLIP", alteredClip(middleId, middle, 30 + i % 2)));
+        }
+        for (int i = kSamples - 1; i >= 0; --i) {
+            remove.push_back(timed(false, "DELETE_CLIP",
+                                   R"({"TrackID":"Track0","ClipID":"n)" + std::to_string(i) +
+                                       R"(","Index":)" + std::to_string(figures.clips + i) + "}"));
+        }
+        figures.addMs = median(add);
+        figures.alterMs = median(alter);
+        figures.deleteMs = median(remove);
+    }
+
+    std::string timelineDocument() {
+        // PRE_PLAY leaves the document it played in the cache folder.
+        PipeReply reply;
+        client_.sendCommand("GET_MLT_FILE", "", &reply);
+        std::string path = resultValueText(reply.body);
+        if (path.size() >= 2 && path.front() == '"') {
+            path = path.substr(1, path.size() - 2);
+        }
+        return path;
+    }
+
+    void close() {
+        client_.sendClose();
+        service_.waitForExit(600000);
+    }
+
+  private:
+    std::string directory_;
+    ServiceLauncher service_;
+    PipeClient client_;
+};
+
+// MLT alone on the document: loading it, and dumping its graph both ways.
+void measureInProcess(const std::string& document, Figures& figures) {
+    mlt_profile profile = mlt_profile_init("atsc_720p_25");
+    const Clock::time_point loading = Clock::now();
+    mlt_producer producer = mlt_factory_producer(profile, "xml", document.c_str());
+    figures.mltLoadMs = millisecondsSince(loading);
+    mlt_service tractor = nullptr;
+    for (mlt_service s = producer ? MLT_PRODUCER_SERVICE(producer) : nullptr; s && !tractor;
+         s = mlt_service_producer(s)) {
+        mlt_multitrack tracks =
+            mlt_service_identify(s) == mlt_service_multitrack_type
+                ? static_cast<mlt_multitrack>(static_cast<mlt_producer>(s->child)->child)
+                : nullptr;
+        if (tracks && mlt_multitrack_count(tracks) > 0) {
+            tractor = MLT_PRODUCER_SERVICE(mlt_multitrack_track(tracks, 0));  // "maintractor"
+        }
+    }
+    if (tractor != nullptr) {
+        const Clock::time_point ours = Clock::now();
+        graphxml::serialise(tractor);
+        figures.ourDumpMs = millisecondsSince(ours);
+        const Clock::time_point mlts = Clock::now();
+        mlt_consumer consumer = mlt_factory_consumer(nullptr, "xml", "buffer");
+        mlt_service_connect_producer(MLT_CONSUMER_SERVICE(consumer), tractor, 0);
+        mlt_consumer_start(consumer);
+        mlt_consumer_stop(consumer);
+        mlt_consumer_close(consumer);
+        figures.mltDumpMs = millisecondsSince(mlts);
     }
     mlt_producer_close(producer);
-    figures.addClip = medianOf(adds);
-    figures.dump = medianOf(dumps);
-    return figures;
+    mlt_profile_close(profile);
+}
+
+void printEdit(const char* name, double ms, const Figures& first, double firstMs,
+               const Figures& last) {
+    const double target = last.clips >= 10000 ? kTargetAt10000Ms : kTargetAt1000Ms;
+    std::printf("  %-12s %9.2f ms at %5d clips   (target %.0f ms: %.2fx)   growth from %d: %.1fx\n",
+                name, ms, last.clips, target, ms / target, first.clips, ms / firstMs);
 }
 
 }  // namespace
 
-int main() {
-    char pattern[] = "/tmp/bench-live-edit-XXXXXX";
-    const char* folder = mkdtemp(pattern);
-    if (folder == nullptr) {
+int main(int argc, char** argv) {
+    const char* display = std::getenv("DISPLAY");
+    if (display == nullptr || *display == '\0') {
+        std::vector<char*> arguments = {const_cast<char*>("xvfb-run"), const_cast<char*>("-a")};
+        arguments.insert(arguments.end(), argv, argv + argc);
+        arguments.push_back(nullptr);
+        execvp("xvfb-run", arguments.data());
+        std::fprintf(stderr, "no DISPLAY and xvfb-run cannot start\n");
         return 1;
     }
-    mkdir((std::string(folder) + "/Logs").c_str(), 0700);
-    mlt_factory_init(nullptr);
-    mlt_profile profile = mlt_profile_init(nullptr);
-
-    std::printf("addClip on Track0 (append, re-layout, retiming, dump), median of %d\n", kSamples);
-    Figures reference;
-    for (int clips : {10, 100, 1000}) {
-        Figures figures = measure(folder, profile, clips);
-        if (clips == 10) {
-            reference = figures;
-        }
-        std::printf(
-            "%5d clips: addClip %9.3f ms (%6.1fx the 10-clip reference), of which the MLT XML "
-            "dump %9.3f ms (%6.1fx)\n",
-            clips, figures.addClip, figures.addClip / reference.addClip, figures.dump,
-            figures.dump / reference.dump);
+    std::vector<int> sizes;
+    for (int i = 1; i < argc; ++i) {
+        sizes.push_back(std::atoi(argv[i]));
     }
-    mlt_profile_close(profile);
+    if (sizes.empty()) {
+        sizes = {100, 1000};
+    }
+    mlt_factory_init(nullptr);
+    std::vector<Figures> all;
+    for (int clips : sizes) {
+        char pattern[] = "/tmp/qv-bench-live-XXXXXX";
+        const std::string directory = mkdtemp(pattern);
+        LiveSession session;
+        if (!session.start(directory)) {
+            std::fprintf(stderr, "cannot start the host\n");
+            return 1;
+        }
+        Figures figures;
+        figures.clips = clips;
+        figures.loadMs = session.build(clips);
+        session.measure(figures);
+        measureInProcess(session.timelineDocument(), figures);
+        session.close();
+        all.push_back(figures);
+        std::system(("rm -rf '" + directory + "'").c_str());
+    }
+    const Figures& first = all.front();
+    std::printf("live edits on the main track, preview loaded and paused, median of %d\n",
+                kSamples);
+    for (const Figures& f : all) {
+        std::printf(
+            "%5d clips: PRE_PLAY %.0f ms (MLT alone loading the document: %.0f ms, %.2fx)\n",
+            f.clips, f.loadMs, f.mltLoadMs, f.loadMs / f.mltLoadMs);
+        printEdit("ADD_CLIP", f.addMs, first, first.addMs, f);
+        printEdit("ALTER_CLIP", f.alterMs, first, first.alterMs, f);
+        printEdit("DELETE_CLIP", f.deleteMs, first, first.deleteMs, f);
+        std::printf("  graph dump (deferred): ours %.1f ms, MLT's XML consumer %.1f ms (%.2fx)\n",
+                    f.ourDumpMs, f.mltDumpMs, f.ourDumpMs / f.mltDumpMs);
+    }
     mlt_factory_close();
     return 0;
 }

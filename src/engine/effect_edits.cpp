@@ -159,7 +159,7 @@ bool MltHelper::addTransition(CParseJson& content, mlt_profile profile) {
     mlt_field_plant_transition(mlt_tractor_field(tractor), transition.get(), a, b);
     mlt_transition_set_in_and_out(transition.get(), in, out);
     transition.reset();  // the field holds its own reference
-    dumpGraph();
+    graphChanged();
     return true;
 }
 
@@ -209,7 +209,7 @@ bool MltHelper::deleteTransition(CParseJson& content) {
     } else {
         writeLog(kLogInfo, mltlog::kFindTransitionFailed, id.c_str());
     }
-    dumpGraph();
+    graphChanged();
     return true;
 }
 
@@ -272,7 +272,7 @@ bool MltHelper::addFilter(CParseJson& content, mlt_profile profile) {
         }
     }
     filter.reset();  // an attached filter is held by its service
-    dumpGraph();
+    graphChanged();
     return true;
 }
 
@@ -296,7 +296,7 @@ bool MltHelper::alterFilter(CParseJson& content) {
     }
     applyPropertyObject(properties, content);
     qualifyFilterPaths(properties);
-    dumpGraph();
+    graphChanged();
     return true;
 }
 
@@ -318,6 +318,6 @@ bool MltHelper::deleteFilter(CParseJson& content) {
     if (filter != nullptr && query.parent != nullptr) {
         mlt_service_detach(query.parent, filter);
     }
-    dumpGraph();
+    graphChanged();
     return true;
 }

@@ -56,7 +56,6 @@ constexpr char kPropOut[] = "out";
 constexpr char kPropATrack[] = "a_track";
 constexpr char kPropBTrack[] = "b_track";
 constexpr char kPropProducerOpen[] = "producer_open";
-constexpr char kPropBuffer[] = "buffer";
 constexpr char kPropContext[] = "context";
 
 // Engine property values.
@@ -74,8 +73,6 @@ constexpr char kResourceMultitrack[] = "<multitrack>";
 constexpr char kResourceTractor[] = "<tractor>";
 constexpr char kMediaVideo[] = "video";
 constexpr char kMediaComposite[] = "composite";
-// The XML consumer's target that keeps the document in its "buffer" property.
-constexpr char kXmlBufferTarget[] = "buffer";
 
 // Fixed service identifiers of the timeline graph.
 constexpr char kMainTractor[] = "maintractor";

@@ -26,10 +26,11 @@ std::vector<Entry> readEntries(mlt_playlist playlist) {
         if (mltgraph::readEntry(playlist, static_cast<int>(i), info)) {
             entries[i].frames = info.frame_count;
             entries[i].repeat = info.repeat;
-            entries[i].blank = info.producer != nullptr &&
-                               mltgraph::equals(mltgraph::text(MLT_PRODUCER_PROPERTIES(info.producer),
-                                                               mltnames::kPropMltService),
-                                                mltnames::kServiceBlank);
+            entries[i].blank =
+                info.producer != nullptr &&
+                mltgraph::equals(mltgraph::text(MLT_PRODUCER_PROPERTIES(info.producer),
+                                                mltnames::kPropMltService),
+                                 mltnames::kServiceBlank);
         }
     }
     return entries;
@@ -121,8 +122,8 @@ bool dropOrphanFreezes(mlt_playlist playlist, int track, const std::vector<Entry
         --last;
     }
     // The tail is read again after a head went: the entries moved up.
-    int tailRepeat = dropped ? mltgraph::entryRepeat(playlist, static_cast<int>(last))
-                             : entries[last].repeat;
+    int tailRepeat =
+        dropped ? mltgraph::entryRepeat(playlist, static_cast<int>(last)) : entries[last].repeat;
     if (tailRepeat > 1 && used.tails.count(track) == 0) {
         beforeChange();
         mlt_playlist_remove(playlist, static_cast<int>(last));

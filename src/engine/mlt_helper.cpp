@@ -77,8 +77,8 @@ void applySubClip(mlt_properties properties, const Json::Value& element) {
 
 }  // namespace
 
-MltHelper::MltHelper(mlt_producer producer, const std::string& cachePath)
-    : producer_(producer), cachePath_(cachePath) {}
+MltHelper::MltHelper(mlt_producer producer, const std::string& cachePath, GraphDumpSchedule* dumps)
+    : producer_(producer), cachePath_(cachePath), dumps_(dumps) {}
 
 std::string MltHelper::qualifyPath(const std::string& path) const {
     // Absolute paths (either separator) and anything with a drive or scheme stay.

@@ -14,7 +14,10 @@
 #include <cstdint>
 #include <string>
 
+#include "engine/graph_xml.h"
 #include "messages/parse_json.h"
+
+class GraphDumpSchedule;
 
 // What findService looks for. The values are those the engine has always used.
 enum class ServiceKind : int32_t {
@@ -35,7 +38,9 @@ class MltHelper {
   public:
     // producer: the root of the graph, not owned. cachePath: where relative
     // resources live and below which the graph dump is written; may be empty.
-    MltHelper(mlt_producer producer, const std::string& cachePath);
+    // With a schedule, edits mark the dump due there instead of writing it.
+    MltHelper(mlt_producer producer, const std::string& cachePath,
+              GraphDumpSchedule* dumps = nullptr);
 
     // Clip placements (each a playlist of its own inside a track tractor).
     bool addClip(CParseJson& content, mlt_profile profile);
@@ -58,8 +63,10 @@ class MltHelper {
 
     // Tells the services a jump of the play position from one frame to another crossed.
     void refresh(int from, int to);
-    // Writes the graph below "maintractor" as MLT XML to dumpPath().
-    void dumpGraph();
+    // Writes the graph below "maintractor" as MLT XML to dumpPath(), through a
+    // temporary file renamed over it, so a reader never finds half a dump.
+    // False when keepGoing stopped it before anything was written.
+    bool dumpGraph(const graphxml::KeepGoing& keepGoing = {});
     // Writes the graph below "maintractor" as MLT XML to cachePath + name.
     void saveMltFile(const std::string& name);
 
@@ -111,11 +118,27 @@ class MltHelper {
     void resizeInPlace(mlt_playlist playlist, int mainEntry, const ClipRequest& request,
                        CParseJson& content);
     bool moveClipTrack(mlt_tractor tractor, int from, int to);
+    // Lays the main track's clips end to end, drops freezes no transition
+    // uses, re-times the transitions and refreshes the tractor.
     void relayoutMainTrack(mlt_tractor tractor);
-    void dropOrphanFreezes(mlt_tractor tractor);
     void retimeTransitions(mlt_tractor tractor);
-    static bool isEdgeUsed(mlt_tractor tractor, int track, bool tail);
     static int positionOfTrack(mlt_multitrack multitrack, mlt_service playlist);
+
+    // While it lives, one listener does not hear the events of one service:
+    // a multitrack re-measures every track on each change of a clip playlist,
+    // and a tractor re-measures its multitrack again on each change of that.
+    // The edit refreshes the tractor once when it is done.
+    class Unheard {
+      public:
+        Unheard(mlt_properties source, void* listener);
+        ~Unheard();
+        Unheard(const Unheard&) = delete;
+        Unheard& operator=(const Unheard&) = delete;
+
+      private:
+        mlt_properties source_;
+        void* listener_;
+    };
 
     // Freezes of main-track transitions.
     static void addHeadFreeze(mlt_playlist playlist, int start, int n);
@@ -131,9 +154,12 @@ class MltHelper {
     void refreshFiltersBackward(int from, int to);
     void refreshTransitionsBackward(int from, int to);
 
-    // Writes the graph below "maintractor" with MLT's XML consumer to target.
-    void writeGraph(const std::string& target, std::string* text);
+    // Writes the graph below "maintractor" with MLT's XML consumer to the file target.
+    void writeGraph(const std::string& target);
+    // Every successful edit ends here: the dump now, or marked due.
+    void graphChanged();
 
     mlt_producer producer_;
     std::string cachePath_;
+    GraphDumpSchedule* dumps_ = nullptr;
 };

@@ -210,7 +210,8 @@ bool MltHelper::dumpGraph(const graphxml::KeepGoing& keepGoing) {
     if (tractor == nullptr) {
         return true;
     }
-    std::optional<std::string> dumped = graphxml::serialise(MLT_TRACTOR_SERVICE(tractor), keepGoing);
+    std::optional<std::string> dumped =
+        graphxml::serialise(MLT_TRACTOR_SERVICE(tractor), keepGoing);
     if (!dumped) {
         return false;
     }

@@ -2,6 +2,7 @@
 // and turns each request body into operations on them.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "framework/undo_history.h"
@@ -23,6 +24,10 @@ class CQuillavantFramework {
     // A control message (header type 2): every control runs in order; the
     // answer is true whatever they did.
     std::string runControlMessage(const std::string& body);
+
+    // Work the service defers until the client pauses (see MePlayer::runIdleWork).
+    bool hasIdleWork() const { return player_.hasIdleWork(); }
+    void runIdleWork(const std::function<bool()>& keepGoing) { player_.runIdleWork(keepGoing); }
 
     // Releases the preview and the engine at service end.
     void closeEngine();

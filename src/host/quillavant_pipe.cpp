@@ -10,6 +10,8 @@
 
 namespace {
 constexpr size_t kChunkSize = 4096;
+// How long the client must be quiet before deferred work runs.
+constexpr int kQuietBeforeIdleWorkMs = 500;
 }  // namespace
 
 QuillavantPipe* QuillavantPipe::getInstance(const std::u16string& pipeName, uint32_t headerSize) {
@@ -57,6 +59,7 @@ bool QuillavantPipe::serve() {
     while (running_) {
         std::fill(headBuffer.begin(), headBuffer.end(), 0);
         std::fill(chunk.begin(), chunk.end(), 0);
+        runIdleWorkWhileQuiet();
         // A short header read is completed by further reads: a client's
         // write may arrive in pieces.
         if (!pipe_.readFully(headBuffer.data(), headerSize_)) {
@@ -102,6 +105,14 @@ bool QuillavantPipe::serve() {
         freeReplyBuffer();
     }
     return false;
+}
+
+void QuillavantPipe::runIdleWorkWhileQuiet() {
+    // The work gives way as soon as the client speaks again.
+    const auto clientQuiet = [this] { return !pipe_.waitReadable(0); };
+    while (framework_->hasIdleWork() && !pipe_.waitReadable(kQuietBeforeIdleWorkMs)) {
+        framework_->runIdleWork(clientQuiet);
+    }
 }
 
 bool QuillavantPipe::processMessage(const std::string& body, std::string& result) {

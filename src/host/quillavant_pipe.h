@@ -24,6 +24,9 @@ class QuillavantPipe {
     bool connectClient();
     bool serve();
     bool processMessage(const std::string& body, std::string& result);
+    // Runs the framework's deferred work each time the client has been quiet
+    // a while; returns as soon as a request (or the client's end) arrives.
+    void runIdleWorkWhileQuiet();
     void disconnectClient();
     // The handle's own disconnect: clears connected and logs when it succeeds.
     void disconnectHandle();

@@ -1,6 +1,7 @@
 #include "platform/named_pipe.h"
 
 #include <errno.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -108,6 +109,18 @@ bool NamedPipe::connectClient() {
     ::close(listenFd_);
     listenFd_ = -1;
     return true;
+}
+
+bool NamedPipe::waitReadable(int timeoutMs) {
+    if (clientFd_ < 0) {
+        return true;  // the read that follows reports the failure
+    }
+    pollfd watch{clientFd_, POLLIN, 0};
+    int ready = 0;
+    do {
+        ready = ::poll(&watch, 1, timeoutMs);
+    } while (ready < 0 && errno == EINTR);
+    return ready != 0;
 }
 
 bool NamedPipe::read(void* buffer, size_t size, size_t* received) {

@@ -29,6 +29,9 @@ class NamedPipe {
     bool connectClient();
     bool isConnected() const { return clientFd_ >= 0; }
 
+    // Waits up to timeoutMs for bytes (or the client's end) to arrive: true
+    // when a read would not block, false when the time passed quietly.
+    bool waitReadable(int timeoutMs);
     // One read of at most size bytes. False on error or when the client has
     // gone (a read of zero bytes).
     bool read(void* buffer, size_t size, size_t* received);

@@ -69,7 +69,7 @@ bool MePlayer::runLiveEdit(const PlayerLiveEdit& edit, const EditOperation& oper
     if (edit.restarts) {
         mlt_consumer_connect(consumer, nullptr);
     }
-    MltHelper helper(producer_.get(), cachePath_);
+    MltHelper helper(producer_.get(), cachePath_, &graphDumps_);
     const bool result = operation(helper);
     if (edit.restarts) {
         mlt_consumer_connect(consumer, mlt_producer_service(producer_.get()));
@@ -140,6 +140,14 @@ bool MePlayer::deleteBatchTransition(CParseJson& content) {
 bool MePlayer::alterSceneResource(CParseJson& content) {
     return runLiveEdit(kAlterSceneResource,
                        [&](MltHelper& h) { return h.alterSceneResource(content); });
+}
+
+bool MePlayer::hasIdleWork() const {
+    return graphDumps_.isDue();
+}
+
+void MePlayer::runIdleWork(const std::function<bool()>& keepGoing) {
+    graphDumps_.flush(producer_.get(), keepGoing);
 }
 
 void MePlayer::saveMltFile(const std::string& path) {

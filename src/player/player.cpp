@@ -197,5 +197,7 @@ void MePlayer::releasePreview() {
     if (fullScreenConsumer_) {
         media::retireConsumer(fullScreenConsumer_);
     }
+    // The dump describes this graph, so it is written before the graph goes.
+    graphDumps_.flush(producer_.get());
     producer_.reset();
 }

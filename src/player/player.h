@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/graph_dump.h"
 #include "export/export_session.h"
 #include "export/export_settings.h"
 #include "media/frame_grabber.h"
@@ -96,6 +97,11 @@ class MePlayer {
     bool alterSceneResource(CParseJson& content);
     void saveMltFile(const std::string& path);
 
+    // Work deferred until the client pauses: the dump of the edited graph.
+    // keepGoing is asked now and then; false leaves the work for later.
+    bool hasIdleWork() const;
+    void runIdleWork(const std::function<bool()>& keepGoing);
+
     // Export.
     void exportMovie(const ExportSettings& settings);
     void closeExport();
@@ -153,6 +159,7 @@ class MePlayer {
     ExportSession export_;
     FrameGrabber grabber_;
     media::ConsumerHandle fullScreenConsumer_;
+    GraphDumpSchedule graphDumps_;
     bool isFullScreen_ = false;
     int lastPosition_ = 0;
 };
