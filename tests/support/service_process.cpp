@@ -20,7 +20,9 @@ ServiceProcess::ServiceProcess(const std::string& extraEnvironment) {
     pipeName_ = "qvtest" + std::to_string(getpid()) + "_" + std::to_string(counter++);
     socketPath_ = directory_ + "/" + pipeName_;
     stderrPath_ = directory_ + "/host.stderr";
-    std::vector<std::string> environment = {"SDL_AUDIODRIVER=dummy"};
+    // Edit journals stay with the test's own files unless a test says otherwise.
+    std::vector<std::string> environment = {"SDL_AUDIODRIVER=dummy",
+                                            "QUILLAVANT_RECOVERY_DIR=" + recoveryFolder()};
     std::stringstream extras(extraEnvironment);
     std::string pair;
     while (std::getline(extras, pair, ';')) {
