@@ -40,7 +40,7 @@ class ServiceProcess {
     const std::string& pipeName() const { return pipeName_; }
     const std::string& socketPath() const { return socketPath_; }
     const std::string& stderrPath() const { return stderrPath_; }
-    std::string recoveryFolder() const { return directory_ + "/recovery"; }
+    const std::string& recoveryFolder() const { return recoveryFolder_; }
     std::string stderrText() const;
     pid_t pid() const { return launcher_.pid(); }
 
@@ -49,6 +49,7 @@ class ServiceProcess {
     std::string pipeName_;
     std::string socketPath_;
     std::string stderrPath_;
+    std::string recoveryFolder_;
     ServiceLauncher launcher_;
     PipeClient client_;
 };
