@@ -9,8 +9,8 @@ namespace {
 // The request as the journal keeps it: which project file it saves or
 // loads, when it is the one command of its message and names a file. Inside
 // a batch, saves and loads only check the name, so they are plain edits.
-journal::EditRequest describe(const tgMessageHead& head, const std::string& body,
-                              const CmdMessage& command, EditKind kind) {
+journal::EditRequest journalRequest(const tgMessageHead& head, const std::string& body,
+                                    const CmdMessage& command, EditKind kind) {
     journal::EditRequest request(head, body);
     std::string file;
     CParseJson content = command.getContent();
@@ -42,7 +42,7 @@ JournaledEdit::JournaledEdit(journal::EditJournal* journal, const tgMessageHead&
     if (kind == EditKind::None) {
         return;
     }
-    journal->begin(describe(head, body, command, kind));
+    journal->begin(journalRequest(head, body, command, kind));
     journal_ = journal;
 }
 

@@ -76,7 +76,8 @@ bool EditJournal::open() {
     for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
         const std::string path = settings_.folder + platform::kPathSeparator +
                                  journalFileName(pipeName_, service.processId, attempt);
-        if (std::filesystem::exists(path)) {
+        std::error_code error;
+        if (std::filesystem::exists(std::filesystem::symlink_status(path, error))) {
             continue;
         }
         if (!writer_.create(path, service)) {

@@ -119,27 +119,4 @@ TEST_F(JournaledEditTest, KeepsWhatChangesTheProjectAndMarksItsProjectFiles) {
               testsupport::readFile(dir_ + "/saved.xml"));
 }
 
-TEST_F(JournaledEditTest, ASaveThatReachedTheDiskEndsTheNeedForTheJournal) {
-    const struct {
-        const char* name;
-        std::string file;
-        bool kept;
-    } cases[] = {
-        {"written", file("saved.xml"), false},
-        {"not written", file("no/such/folder/saved.xml"), true},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        send(message("ADD_TRACK", R"({"ID":"A","Type":"audio"})"));
-        // The client hears true either way.
-        send(message("SAVE_PROJECT", "{\"FileName\":" + c.file + "}"));
-        const std::string path = journal_->path();
-        journal_->endService();
-        EXPECT_EQ(std::filesystem::exists(path), c.kept);
-        journal_ = std::make_unique<journal::EditJournal>(
-            "pipe", journal::JournalSettings{true, dir_ + "/recovery"});
-        journaled_.setJournal(journal_.get());
-    }
-}
-
 }  // namespace

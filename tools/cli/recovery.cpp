@@ -3,8 +3,9 @@
 #include <json/writer.h>
 #include <stdlib.h>
 
-#include <cstdio>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <ostream>
 #include <set>
@@ -13,7 +14,6 @@
 #include "cli/session.h"
 #include "client/journal_replay.h"
 #include "client/service_launcher.h"
-#include "journal/journal_location.h"
 #include "journal/journal_reader.h"
 #include "platform/durable_file.h"
 #include "platform/platform.h"
@@ -60,6 +60,10 @@ class PrivateService {
     bool start(const std::string& folder, int attempt) {
         const std::string program = platform::executablePath();
         const std::string host = platform::parentFolder(program) + "/quillavant-host";
+        std::error_code error;
+        if (!std::filesystem::exists(host, error)) {
+            return false;
+        }
         const std::string pipe =
             "recover" + std::to_string(platform::processId()) + "_" + std::to_string(attempt);
         return launcher_.start(host, folder, pipe, {"QUILLAVANT_JOURNAL=off"},
@@ -194,7 +198,8 @@ class Recovery {
                 }
             }
             if (outcome.stoppedAt < 0) {
-                if (service.saveAndClose(saved) && std::filesystem::exists(saved)) {
+                std::error_code error;
+                if (service.saveAndClose(saved) && std::filesystem::exists(saved, error)) {
                     return true;
                 }
                 messages_ << kPrefix << "the replaying service could not save the project\n";
@@ -212,16 +217,8 @@ class Recovery {
     }
 
     static std::string readAll(const std::string& path) {
-        std::string bytes;
-        if (FILE* file = std::fopen(path.c_str(), "rb")) {
-            char block[65536];
-            size_t got = 0;
-            while ((got = std::fread(block, 1, sizeof(block), file)) > 0) {
-                bytes.append(block, got);
-            }
-            std::fclose(file);
-        }
-        return bytes;
+        std::ifstream file(path, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
     }
 
     std::string journalPath_;
@@ -235,39 +232,4 @@ class Recovery {
 int recoverJournal(const std::string& journalPath, const std::string& outPath, std::ostream& out,
                    std::ostream& messages) {
     return Recovery(journalPath, messages).run(outPath, out);
-}
-
-int listRecoverable(std::ostream& out) {
-    const std::string folder = journal::recoveryFolder();
-    const std::vector<std::string> paths = journal::journalsIn(folder);
-    if (paths.empty()) {
-        out << "no recoverable edit journals in " << folder << "\n";
-        return kExitOk;
-    }
-    out << "edit journals in " << folder << "\n";
-    char line[512];
-    std::snprintf(line, sizeof(line), "  %-19s  %-20s %8s %6s  %s\n", "last edit", "pipe",
-                  "process", "edits", "journal");
-    out << line;
-    for (const std::string& path : paths) {
-        const journal::JournalContents contents = journal::readJournal(path);
-        if (!contents.isJournal) {
-            continue;
-        }
-        platform::LocalTime written;
-        platform::modificationTime(path, written);
-        std::string notes;
-        if (platform::isLockedByWriter(path)) {
-            notes += "  (its service is running)";
-        }
-        if (contents.isDamaged()) {
-            notes += "  (damaged)";
-        }
-        const std::string pipe = contents.hasServiceInfo ? contents.service.pipeName : "?";
-        std::snprintf(line, sizeof(line), "  %-19s  %-20s %8d %6zu  ",
-                      journal::timeText(written).c_str(), pipe.c_str(), contents.service.processId,
-                      contents.entries.size());
-        out << line << path << notes << "\n";
-    }
-    return kExitOk;
 }
