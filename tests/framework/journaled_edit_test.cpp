@@ -64,7 +64,7 @@ TEST_F(JournaledEditTest, KeepsWhatChangesTheProjectAndMarksItsProjectFiles) {
         std::optional<RecordKind> kept;
     } cases[] = {
         {message("PRE_GETFPS"), std::nullopt},
-        {message("GET_PORPERTY", R"({"FileName":"/nonexistent.mp4"})"), std::nullopt},
+        {message("GET_MLT_FILE"), std::nullopt},
         {message("NO_SUCH_COMMAND"), std::nullopt},
         {message("UPDATE_TEXTFILTER", R"({"FileName":"a"})"), std::nullopt},
         {message("ADD_TRACK", track), RecordKind::Edit},
