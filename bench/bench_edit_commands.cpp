@@ -14,8 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "client/pipe_client.h"
-#include "client/service_launcher.h"
+#include "edit_session.h"
 #include "project/project.h"
 
 namespace {
@@ -27,31 +26,11 @@ constexpr int kUndoCount = 50;
 constexpr int kSaveCount = 5;
 constexpr double kTargetMs = 1.0;
 
-using Clock = std::chrono::steady_clock;
-
-double millisecondsSince(Clock::time_point start) {
-    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
-
-double median(std::vector<double> values) {
-    if (values.empty()) {
-        return 0.0;
-    }
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-std::string trackContent() {
-    return R"({"ID":"Track0","Type":"composite","Main":true})";
-}
-
-std::string clipContent(int number) {
-    char id[16];
-    std::snprintf(id, sizeof(id), "c%05d", number);
-    return std::string(R"({"ID":")") + id +
-           R"(","TrackID":"Track0","Index":-1,"MltService":"avformat",)"
-           R"("Resource":"/media/clip.mp4","In":"0","Out":"49","Length":"250"})";
-}
+using bench::clipContent;
+using bench::Clock;
+using bench::median;
+using bench::millisecondsSince;
+using bench::trackContent;
 
 struct Figures {
     double addClipMs = 0.0;
@@ -61,26 +40,16 @@ struct Figures {
     double timelineXmlMs = 0.0;
 };
 
-class EditSession {
+// The editing session on one main track that grows clip by clip.
+class TimelineSession {
   public:
     bool start(const std::string& directory) {
         directory_ = directory;
-        std::string pipeName = "benchedit" + std::to_string(getpid());
-        if (!service_.start(std::string(QV_BIN_DIR) + "/quillavant-host", directory, pipeName, {},
-                            directory + "/host.stderr")) {
-            return false;
-        }
-        return client_.connectPath(directory + "/" + pipeName, 10000);
+        return session_.start(directory, "benchedit" + std::to_string(getpid()));
     }
 
     double timedCommand(const std::string& name, const std::string& content) {
-        PipeReply reply;
-        auto start = Clock::now();
-        if (!client_.sendCommand(name, content, &reply)) {
-            std::fprintf(stderr, "%s failed: %s\n", name.c_str(), client_.lastError().c_str());
-            std::exit(1);
-        }
-        return millisecondsSince(start);
+        return session_.timedCommand(name, content);
     }
 
     // Adds clips until the track holds count; the last samples are timed.
@@ -117,17 +86,12 @@ class EditSession {
         return median(samples);
     }
 
-    long residentKb() const { return residentMemoryKb(service_.pid()); }
-
-    void close() {
-        client_.sendClose();
-        service_.waitForExit(30000);
-    }
+    long residentKb() const { return session_.residentKb(); }
+    void close() { session_.close(); }
 
   private:
     std::string directory_;
-    ServiceLauncher service_;
-    PipeClient client_;
+    bench::EditSession session_;
     int clips_ = 0;
 };
 
@@ -179,7 +143,7 @@ int main(int argc, char** argv) {
         argc > 1 ? std::max(std::atoi(argv[1]), kSmallTimeline) : kDefaultLargeTimeline;
     char pattern[] = "/tmp/qv-bench-edit-XXXXXX";
     std::string directory = mkdtemp(pattern);
-    EditSession session;
+    TimelineSession session;
     if (!session.start(directory)) {
         std::fprintf(stderr, "cannot start the host\n");
         return 1;

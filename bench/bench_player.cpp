@@ -104,7 +104,8 @@ int main(int argc, char** argv) {
     const std::string pipeName = "benchplayer" + std::to_string(getpid());
     ServiceLauncher service;
     if (!service.start(std::string(QV_BIN_DIR) + "/quillavant-host", directory, pipeName,
-                       {"SDL_AUDIODRIVER=dummy"}, directory + "/host.stderr")) {
+                       {"SDL_AUDIODRIVER=dummy", "QUILLAVANT_RECOVERY_DIR=" + directory},
+                       directory + "/host.stderr")) {
         std::fprintf(stderr, "cannot start the host\n");
         return 1;
     }

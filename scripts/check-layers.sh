@@ -11,12 +11,13 @@ declare -A allowed=(
     [log]="platform"
     [timeline]="platform messages log"
     [project]="platform messages log timeline"
+    [journal]="platform messages log"
     [media]="platform messages log"
     [engine]="platform messages log timeline media"
     [export]="platform messages log media engine"
     [player]="platform messages log media engine export"
-    [framework]="platform messages log timeline project media engine export player"
-    [host]="platform messages log timeline project media engine export player framework"
+    [framework]="platform messages log timeline project journal media engine export player"
+    [host]="platform messages log timeline project journal media engine export player framework"
 )
 
 status=0

@@ -50,7 +50,8 @@ ff -f lavfi -i "sine=frequency=220:sample_rate=48000:duration=16,volume='0.2+0.8
 
 pipe=demo$$
 echo "== starting quillavant-host $pipe"
-QUILLAVANT_PIPE_DIR=$run build/bin/quillavant-host "$pipe" 2>"$out/service.log" &
+QUILLAVANT_PIPE_DIR=$run QUILLAVANT_RECOVERY_DIR=$out/recovery \
+    build/bin/quillavant-host "$pipe" 2>"$out/service.log" &
 host_pid=$!
 
 # The session goes through one connection: the client reads its requests from
@@ -133,6 +134,10 @@ wait "$cli_pid" || true
 cli_pid=
 wait "$host_pid" || true
 host_pid=
+
+echo "== recovery: the session ended with edits after its last save, so its journal stayed"
+QUILLAVANT_RECOVERY_DIR=$out/recovery build/bin/quillavant-cli --list-recoverable
+build/bin/quillavant-cli --recover "$(ls "$out"/recovery/*.journal)" --save "$out/project-recovered.xml"
 
 echo "== contact sheet"
 levels=$out/waveform.txt

@@ -45,19 +45,28 @@ struct CommandEntry {
     // skips.
     EditStep batchStep;
     BatchClosing batchClosing;
+    EditKind editKind;
 };
 
 CommandEntry query(const char* name, CommandHandler handler, int logLevel) {
-    return {name, handler, logLevel, HistoryPoint::No, nullptr, nullptr, BatchClosing::Ok};
+    return {name,    handler, logLevel,         HistoryPoint::No,
+            nullptr, nullptr, BatchClosing::Ok, EditKind::None};
+}
+
+// Stepping through the history changes the project without recording a point.
+CommandEntry historyStep(const char* name, CommandHandler handler) {
+    return {name,    handler, kLogInfo,         HistoryPoint::No,
+            nullptr, nullptr, BatchClosing::Ok, EditKind::Edit};
 }
 
 CommandEntry edit(const char* name, CommandHandler handler, HistoryPoint point, EditStep batchStep,
-                  BatchClosing batchClosing = BatchClosing::Ok) {
-    return {name, handler, kLogInfo, point, nullptr, batchStep, batchClosing};
+                  BatchClosing batchClosing = BatchClosing::Ok, EditKind kind = EditKind::Edit) {
+    return {name, handler, kLogInfo, point, nullptr, batchStep, batchClosing, kind};
 }
 
 CommandEntry batchCommand(const char* name, CommandHandler handler, const char* receivedText) {
-    return {name, handler, kLogInfo, HistoryPoint::Yes, receivedText, nullptr, BatchClosing::Ok};
+    return {name,         handler, kLogInfo,         HistoryPoint::Yes,
+            receivedText, nullptr, BatchClosing::Ok, EditKind::Edit};
 }
 
 // Inside a batch the project files are neither saved nor loaded: the step
@@ -107,8 +116,8 @@ const CommandEntry kCommands[] = {
          editing::alterTransition),
     edit("DELETE_TRANSITION", runEdit<editing::deleteTransition>, HistoryPoint::Yes,
          editing::deleteTransition),
-    query("UNDO_LAST_ACTION", commands::undoLastAction, kLogInfo),
-    query("REDO_LAST_ACTION", commands::redoLastAction, kLogInfo),
+    historyStep("UNDO_LAST_ACTION", commands::undoLastAction),
+    historyStep("REDO_LAST_ACTION", commands::redoLastAction),
     query("UPDATE_TEXTFILTER", commands::updateTextFilter, kLogInfo),
     query("CLOSE_MOVIE", commands::closeMovie, kLogInfo),
     batchCommand("DELETE_BATCH_TRANSCLIP", commands::deleteBatchTransClip,
@@ -125,9 +134,9 @@ const CommandEntry kCommands[] = {
     edit("ALTER_MULTI_FILTER", runEdit<editing::alterMultiFilter>, HistoryPoint::Yes,
          editing::alterMultiFilter),
     edit("SAVE_PROJECT", commands::saveProject, HistoryPoint::Yes, namesProjectFile,
-         BatchClosing::ErrorIfFalse),
+         BatchClosing::ErrorIfFalse, EditKind::SavesProjectFile),
     edit("LOAD_PROJECT", commands::loadProject, HistoryPoint::Yes, namesProjectFile,
-         BatchClosing::ErrorIfFalse),
+         BatchClosing::ErrorIfFalse, EditKind::LoadsProjectFile),
     edit("CLEAR_PROJECT", runEdit<editing::clearProject>, HistoryPoint::Yes, editing::clearProject),
     query("SAVE_MLT_FILE", commands::saveMltFile, kLogInfo),
     query("PRE_SET_LOGDIRECTORY", commands::setLogDirectory, kLogInfo),
@@ -148,13 +157,18 @@ std::string commandResult(bool value) {
     return makeJsonText(kReturnResultKey, value);
 }
 
-std::string dispatchCommand(CommandContext& context, const CmdMessage& command) {
+EditKind editKindOf(const std::string& commandName) {
+    const CommandEntry* entry = findCommand(commandName);
+    return entry == nullptr ? EditKind::None : entry->editKind;
+}
+
+CommandOutcome dispatchCommand(CommandContext& context, const CmdMessage& command) {
     std::string name = command.getCommand();
     const CommandEntry* entry = findCommand(name);
     if (entry == nullptr) {
         writeLog(kLogDebug, fwlog::kCommandReceived, name.c_str());
         writeLog(kLogDebug, fwlog::kCommandOk, name.c_str());
-        return commandResult(false);
+        return {commandResult(false)};
     }
 
     if (entry->receivedText != nullptr) {
@@ -176,7 +190,7 @@ std::string dispatchCommand(CommandContext& context, const CmdMessage& command) 
         case ClosingLine::None:
             break;
     }
-    return outcome.resultText;
+    return outcome;
 }
 
 bool dispatchEditCommand(EditTarget& target, const CmdMessage& command) {

@@ -27,6 +27,8 @@ enum class ClosingLine {
 struct CommandOutcome {
     std::string resultText;
     ClosingLine closing = ClosingLine::Ok;
+    // A save wrote the project document (its answer is true either way).
+    bool projectFileWritten = false;
 };
 
 using CommandHandler = CommandOutcome (*)(CommandContext& context, const CmdMessage& command);

@@ -97,7 +97,10 @@ CommandOutcome saveProject(CommandContext& context, const CmdMessage& command) {
     if (!content.getString(fwkey::kFileName, fileName)) {
         return {commandResult(false), ClosingLine::None};
     }
-    return {commandResult(context.project.saveProject(fileName))};
+    // The client is told the save succeeded whether or not the document
+    // reached the disk; only the journal asks.
+    const bool written = context.project.writeProjectFile(fileName);
+    return {commandResult(true), ClosingLine::Ok, written};
 }
 
 CommandOutcome loadProject(CommandContext& context, const CmdMessage& command) {

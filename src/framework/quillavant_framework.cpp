@@ -5,6 +5,7 @@
 #include "framework/command_dispatcher.h"
 #include "framework/control_dispatcher.h"
 #include "framework/framework_names.h"
+#include "framework/journaled_edit.h"
 #include "log/log.h"
 #include "messages/action_message.h"
 #include "platform/module_path.h"
@@ -27,12 +28,24 @@ CQuillavantFramework::CQuillavantFramework() {
 }
 
 std::string CQuillavantFramework::runCommandMessage(const std::string& body) {
+    tgMessageHead head;
+    head.type = kCommandMessage;
+    head.length = static_cast<uint32_t>(body.size());
+    return runCommandMessage(head, body);
+}
+
+std::string CQuillavantFramework::runCommandMessage(const tgMessageHead& head,
+                                                    const std::string& body) {
     ActionMessage message;
     message.parse(body);
+    JournaledEdit journaled(journal_, head, body, message);
     std::string result;
+    bool projectFileWritten = false;
     if (message.commands().size() == 1) {
         CommandContext context{player_, project_, history_};
-        result = dispatchCommand(context, *message.commands().front());
+        CommandOutcome outcome = dispatchCommand(context, *message.commands().front());
+        result = std::move(outcome.resultText);
+        projectFileWritten = outcome.projectFileWritten;
     } else {
         EditTarget target{player_, project_};
         for (const auto& command : message.commands()) {
@@ -42,6 +55,7 @@ std::string CQuillavantFramework::runCommandMessage(const std::string& body) {
         result = commandResult(true);
     }
     writeLog(kLogVerbose, fwlog::kRecoverIndex, history_.index(), history_.size());
+    journaled.finish(projectFileWritten);
     return result;
 }
 

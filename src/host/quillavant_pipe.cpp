@@ -124,7 +124,7 @@ bool QuillavantPipe::processMessage(const std::string& body, std::string& result
     }
     switch (header_->type) {
         case kCommandMessage:
-            result = framework_->runCommandMessage(body);
+            result = framework_->runCommandMessage(*header_, body);
             return true;
         case kControlMessage:
             result = framework_->runControlMessage(body);

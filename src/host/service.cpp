@@ -5,6 +5,7 @@
 
 #include "framework/quillavant_framework.h"
 #include "host/quillavant_pipe.h"
+#include "journal/edit_journal.h"
 #include "log/log.h"
 #include "platform/platform.h"
 #include "platform/text_conversion.h"
@@ -35,8 +36,14 @@ int runService(const std::string& pipeName) {
     if (!pipe->create(pipeName)) {
         writeLog(kLogError, "Create Pipe Failed");
     }
+    journal::EditJournal journal(pipeName, journal::JournalSettings::fromEnvironment());
+    pipe->framework().setJournal(&journal);
     std::thread server(ThreadHandlerFun, pipe);
     server.join();
+    pipe->framework().setJournal(nullptr);
+    // Before the engine closes: whatever happens there, a saved project's
+    // journal is no longer needed.
+    journal.endService();
 
     if (pipe->isConnected()) {
         pipe->disconnectHandle();

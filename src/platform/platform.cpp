@@ -1,5 +1,6 @@
 #include "platform/platform.h"
 
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
 #include <time.h>
@@ -14,11 +15,11 @@
 
 namespace platform {
 
-LocalTime localTime() {
-    struct timespec now {};
-    clock_gettime(CLOCK_REALTIME, &now);
+namespace {
+
+LocalTime toLocalTime(const struct timespec& when) {
     struct tm parts {};
-    localtime_r(&now.tv_sec, &parts);
+    localtime_r(&when.tv_sec, &parts);
     LocalTime result;
     result.year = parts.tm_year + 1900;
     result.month = parts.tm_mon + 1;
@@ -26,8 +27,25 @@ LocalTime localTime() {
     result.hour = parts.tm_hour;
     result.minute = parts.tm_min;
     result.second = parts.tm_sec;
-    result.millisecond = static_cast<int>(now.tv_nsec / 1000000);
+    result.millisecond = static_cast<int>(when.tv_nsec / 1000000);
     return result;
+}
+
+}  // namespace
+
+LocalTime localTime() {
+    struct timespec now {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return toLocalTime(now);
+}
+
+bool modificationTime(const std::string& path, LocalTime& time) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) {
+        return false;
+    }
+    time = toLocalTime(status.st_mtim);
+    return true;
 }
 
 int processId() {

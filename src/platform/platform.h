@@ -24,6 +24,8 @@ struct LocalTime {
 };
 
 LocalTime localTime();
+// When a file was last written, in local time; false when it cannot be read.
+bool modificationTime(const std::string& path, LocalTime& time);
 int processId();
 long threadId();
 

@@ -48,8 +48,10 @@ class MeProject {
     void clear();
 
     // The project document: saving keeps the previous file until the new one
-    // is complete; loading empties the project first.
+    // is complete; loading empties the project first. A save answers true
+    // even when the file could not be written; writeProjectFile tells.
     bool saveProject(const std::string& file) const;
+    bool writeProjectFile(const std::string& file) const;
     bool loadProject(const std::string& file);
     // The MLT XML document the player loads. A clip's multi-filter that names
     // an "Xml" file gets an empty timeline written there first.

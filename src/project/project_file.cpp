@@ -55,6 +55,13 @@ void writeContainer(xmlNodePtr root, const char* name, const char* type, const O
 }  // namespace
 
 bool MeProject::saveProject(const std::string& file) const {
+    // The client is told the save succeeded even when the file could not be
+    // written; the previous file then stays as it was.
+    writeProjectFile(file);
+    return true;
+}
+
+bool MeProject::writeProjectFile(const std::string& file) const {
     XmlDocument document = newXmlDocument(projectxml::kRoot);
     xmlNodePtr root = xmlDocGetRootElement(document.get());
     writeContainer(root, projectxml::kClips, nullptr, clips_);
@@ -62,10 +69,7 @@ bool MeProject::saveProject(const std::string& file) const {
     writeContainer(root, projectxml::kTracks, projectxml::kAudioTracksType, audioTracks_);
     writeContainer(root, projectxml::kTransitions, nullptr, transitions_);
     writeContainer(root, projectxml::kFilters, nullptr, mainFilters_);
-    // The client is told the save succeeded even when the file could not be
-    // written; the previous file then stays as it was.
-    writeXmlDocument(document.get(), file);
-    return true;
+    return writeXmlDocument(document.get(), file);
 }
 
 bool MeProject::loadProject(const std::string& file) {

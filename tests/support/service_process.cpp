@@ -14,13 +14,29 @@ std::string binaryPath(const std::string& name) {
     return std::string(QV_BIN_DIR) + "/" + name;
 }
 
+namespace {
+
+// Journals go to a memory-backed folder where there is one: the tests run
+// every write and sync of the journal, and the syncs, which only a disk makes
+// slow, cost nothing. What a power cut would do is beyond any test.
+std::string makeRecoveryFolder(const std::string& fallbackParent) {
+    char pattern[] = "/dev/shm/qv-recovery-XXXXXX";
+    const char* made = ::mkdtemp(pattern);
+    return made ? std::string(made) : fallbackParent + "/recovery";
+}
+
+}  // namespace
+
 ServiceProcess::ServiceProcess(const std::string& extraEnvironment) {
     static std::atomic<int> counter{0};
     directory_ = makeTempDirectory("qv-service");
     pipeName_ = "qvtest" + std::to_string(getpid()) + "_" + std::to_string(counter++);
     socketPath_ = directory_ + "/" + pipeName_;
+    recoveryFolder_ = makeRecoveryFolder(directory_);
     stderrPath_ = directory_ + "/host.stderr";
-    std::vector<std::string> environment = {"SDL_AUDIODRIVER=dummy"};
+    // Edit journals stay with the test's own files unless a test says otherwise.
+    std::vector<std::string> environment = {"SDL_AUDIODRIVER=dummy",
+                                            "QUILLAVANT_RECOVERY_DIR=" + recoveryFolder()};
     std::stringstream extras(extraEnvironment);
     std::string pair;
     while (std::getline(extras, pair, ';')) {
@@ -36,7 +52,7 @@ ServiceProcess::~ServiceProcess() {
     if (launcher_.waitForExit(5000) < 0) {
         launcher_.kill();
     }
-    runCommand("rm -rf '" + directory_ + "'");
+    runCommand("rm -rf '" + directory_ + "' '" + recoveryFolder_ + "'");
 }
 
 bool ServiceProcess::connect(int timeoutMs) {

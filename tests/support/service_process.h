@@ -13,8 +13,9 @@ namespace testsupport {
 
 class ServiceProcess {
   public:
-    // Starts the host with a unique pipe name; extraEnvironment holds
-    // "NAME=value" pairs separated by ';'.
+    // Starts the host with a unique pipe name, its edit journal in
+    // recoveryFolder(); extraEnvironment holds "NAME=value" pairs separated
+    // by ';', which replace those defaults.
     explicit ServiceProcess(const std::string& extraEnvironment = std::string());
     ~ServiceProcess();
     ServiceProcess(const ServiceProcess&) = delete;
@@ -39,6 +40,7 @@ class ServiceProcess {
     const std::string& pipeName() const { return pipeName_; }
     const std::string& socketPath() const { return socketPath_; }
     const std::string& stderrPath() const { return stderrPath_; }
+    const std::string& recoveryFolder() const { return recoveryFolder_; }
     std::string stderrText() const;
     pid_t pid() const { return launcher_.pid(); }
 
@@ -47,6 +49,7 @@ class ServiceProcess {
     std::string pipeName_;
     std::string socketPath_;
     std::string stderrPath_;
+    std::string recoveryFolder_;
     ServiceLauncher launcher_;
     PipeClient client_;
 };

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/recovery.h"
 #include "cli/session.h"
 #include "platform/platform.h"
 
@@ -25,6 +26,8 @@ const char kUsage[] =
     "  quillavant-cli -p NAME --body request.json --type 1\n"
     "  quillavant-cli -p NAME --script session.txt     (or - for standard input)\n"
     "  quillavant-cli -p NAME --close\n"
+    "  quillavant-cli --recover JOURNAL --save OUT.xml\n"
+    "  quillavant-cli --list-recoverable\n"
     "\n"
     "Options:\n"
     "  -p, --pipe NAME     pipe name (default $QUILLAVANT_PIPE or \"quillavant\")\n"
@@ -47,10 +50,17 @@ const char kUsage[] =
     "  -q, --quiet         print only each reply's \"ReturnResultString\" value\n"
     "  --echo              print each script line before sending it\n"
     "  --timeout MS        how long to wait for the service's socket (default 5000)\n"
+    "  --recover JOURNAL   rebuild the project an edit journal kept, in a private\n"
+    "                      service, and save it to the file given with --save\n"
+    "  --list-recoverable  list the edit journals left by services that ended\n"
+    "                      without saving their last edits (in\n"
+    "                      $QUILLAVANT_RECOVERY_DIR, else $XDG_STATE_HOME/quillavant/\n"
+    "                      recovery, else ~/.local/state/quillavant/recovery)\n"
     "  -h, --help          this text\n"
     "\n"
     "Exit codes: 0 ok, 1 no reply (the service closed the connection), 2 usage,\n"
-    "3 no service listening, 4 an expect line failed.\n";
+    "3 no service listening, 4 an expect line failed, 5 the journal was damaged\n"
+    "(its readable edits were recovered and saved), 6 nothing was recovered.\n";
 
 std::string readAll(const std::string& source) {
     std::stringstream text;
@@ -82,6 +92,9 @@ int main(int argc, char** argv) {
     std::string scriptSource;
     std::string recordPath;
     std::string exportContent;
+    std::string recoverSource;
+    std::string recoverTarget;
+    bool listJournals = false;
     std::vector<std::string> positional;
     for (int i = 1; i < argc; ++i) {
         std::string arg = argv[i];
@@ -112,6 +125,12 @@ int main(int argc, char** argv) {
             options.keepGoing = true;
         } else if (arg == "--export") {
             exportContent = next("the EXPORT_MOVIE content");
+        } else if (arg == "--recover") {
+            recoverSource = next("a journal");
+        } else if (arg == "--save") {
+            recoverTarget = next("a project file");
+        } else if (arg == "--list-recoverable") {
+            listJournals = true;
         } else if (arg == "--close") {
             closeAfter = true;
         } else if (arg == "-q" || arg == "--quiet") {
@@ -126,6 +145,16 @@ int main(int argc, char** argv) {
         } else {
             positional.push_back(arg);
         }
+    }
+    if (listJournals) {
+        return listRecoverable(std::cout);
+    }
+    if (!recoverSource.empty() || !recoverTarget.empty()) {
+        if (recoverSource.empty() || recoverTarget.empty()) {
+            std::cerr << "quillavant-cli: --recover and --save go together\n";
+            return kExitUsage;
+        }
+        return recoverJournal(recoverSource, recoverTarget, std::cout, std::cerr);
     }
     if (positional.empty() && bodySource.empty() && scriptSource.empty() && exportContent.empty() &&
         !closeAfter) {

@@ -21,6 +21,8 @@ enum ExitCode {
     kExitUsage = 2,
     kExitNoService = 3,
     kExitExpectationFailed = 4,
+    kExitJournalDamaged = 5,  // --recover skipped damaged edits; the rest was saved
+    kExitRecoveryFailed = 6,  // --recover saved nothing
 };
 
 class Session {

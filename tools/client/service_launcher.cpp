@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 
 #include "platform/platform.h"
@@ -23,8 +24,19 @@ bool ServiceLauncher::start(const std::string& hostPath, const std::string& pipe
     for (char** entry = environ; *entry != nullptr; ++entry) {
         settings.emplace_back(*entry);
     }
-    settings.push_back("QUILLAVANT_PIPE_DIR=" + pipeDirectory);
-    settings.insert(settings.end(), environment.begin(), environment.end());
+    // A setting replaces an inherited one of the same name: the first of two
+    // is the one a process sees.
+    std::vector<std::string> overrides = {"QUILLAVANT_PIPE_DIR=" + pipeDirectory};
+    overrides.insert(overrides.end(), environment.begin(), environment.end());
+    for (const std::string& setting : overrides) {
+        const std::string name = setting.substr(0, setting.find('=') + 1);
+        settings.erase(std::remove_if(settings.begin(), settings.end(),
+                                      [&name](const std::string& entry) {
+                                          return entry.compare(0, name.size(), name) == 0;
+                                      }),
+                       settings.end());
+        settings.push_back(setting);
+    }
     std::vector<char*> envp;
     for (auto& text : settings) {
         envp.push_back(&text[0]);

@@ -15,7 +15,8 @@ class ServiceLauncher {
     ServiceLauncher& operator=(const ServiceLauncher&) = delete;
 
     // Runs hostPath with pipeName, QUILLAVANT_PIPE_DIR=pipeDirectory and the
-    // extra "NAME=value" settings; its standard error goes to stderrPath
+    // extra "NAME=value" settings, which replace inherited ones and earlier
+    // ones of the same name; its standard error goes to stderrPath
     // (inherited when empty).
     bool start(const std::string& hostPath, const std::string& pipeDirectory,
                const std::string& pipeName, const std::vector<std::string>& environment = {},
