@@ -9,14 +9,15 @@ declare -A allowed=(
     [platform]=""
     [messages]="platform"
     [log]="platform"
+    [cache]="platform log"
     [timeline]="platform messages log"
     [project]="platform messages log timeline"
-    [media]="platform messages log"
+    [media]="platform messages log cache"
     [engine]="platform messages log timeline media"
     [export]="platform messages log media engine"
-    [player]="platform messages log media engine export"
-    [framework]="platform messages log timeline project media engine export player"
-    [host]="platform messages log timeline project media engine export player framework"
+    [player]="platform messages log cache media engine export"
+    [framework]="platform messages log cache timeline project media engine export player"
+    [host]="platform messages log cache timeline project media engine export player framework"
 )
 
 status=0
