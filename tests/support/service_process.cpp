@@ -14,13 +14,15 @@ std::string binaryPath(const std::string& name) {
     return std::string(QV_BIN_DIR) + "/" + name;
 }
 
-ServiceProcess::ServiceProcess(const std::string& extraEnvironment) {
+ServiceProcess::ServiceProcess(const std::string& extraEnvironment,
+                               const std::vector<std::string>& wrapper) {
     static std::atomic<int> counter{0};
     directory_ = makeTempDirectory("qv-service");
     pipeName_ = "qvtest" + std::to_string(getpid()) + "_" + std::to_string(counter++);
     socketPath_ = directory_ + "/" + pipeName_;
     stderrPath_ = directory_ + "/host.stderr";
-    std::vector<std::string> environment = {"SDL_AUDIODRIVER=dummy"};
+    std::vector<std::string> environment = {"SDL_AUDIODRIVER=dummy",
+                                            "QUILLAVANT_CACHE_DIR=" + directory_ + "/cache"};
     std::stringstream extras(extraEnvironment);
     std::string pair;
     while (std::getline(extras, pair, ';')) {
@@ -28,7 +30,8 @@ ServiceProcess::ServiceProcess(const std::string& extraEnvironment) {
             environment.push_back(pair);
         }
     }
-    launcher_.start(binaryPath("quillavant-host"), directory_, pipeName_, environment, stderrPath_);
+    launcher_.start(binaryPath("quillavant-host"), directory_, pipeName_, environment, stderrPath_,
+                    wrapper);
 }
 
 ServiceProcess::~ServiceProcess() {

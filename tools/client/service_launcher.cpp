@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 
 #include "platform/platform.h"
@@ -18,20 +19,37 @@ ServiceLauncher::~ServiceLauncher() {
 bool ServiceLauncher::start(const std::string& hostPath, const std::string& pipeDirectory,
                             const std::string& pipeName,
                             const std::vector<std::string>& environment,
-                            const std::string& stderrPath) {
+                            const std::string& stderrPath,
+                            const std::vector<std::string>& wrapper) {
     std::vector<std::string> settings;
     for (char** entry = environ; *entry != nullptr; ++entry) {
         settings.emplace_back(*entry);
     }
-    settings.push_back("QUILLAVANT_PIPE_DIR=" + pipeDirectory);
-    settings.insert(settings.end(), environment.begin(), environment.end());
+    std::vector<std::string> ownSettings = {"QUILLAVANT_PIPE_DIR=" + pipeDirectory};
+    ownSettings.insert(ownSettings.end(), environment.begin(), environment.end());
+    for (const std::string& setting : ownSettings) {
+        // The first of two equal names is the one a process reads.
+        const std::string name = setting.substr(0, setting.find('=') + 1);
+        settings.erase(std::remove_if(settings.begin(), settings.end(),
+                                      [&](const std::string& inherited) {
+                                          return inherited.compare(0, name.size(), name) == 0;
+                                      }),
+                       settings.end());
+        settings.push_back(setting);
+    }
     std::vector<char*> envp;
     for (auto& text : settings) {
         envp.push_back(&text[0]);
     }
     envp.push_back(nullptr);
-    std::string host = hostPath;
-    std::string name = pipeName;
+    std::vector<std::string> arguments = wrapper;
+    arguments.push_back(hostPath);
+    arguments.push_back(pipeName);
+    std::vector<char*> argv;
+    for (auto& argument : arguments) {
+        argv.push_back(&argument[0]);
+    }
+    argv.push_back(nullptr);
     pid_ = fork();
     if (pid_ < 0) {
         return false;
@@ -49,8 +67,7 @@ bool ServiceLauncher::start(const std::string& hostPath, const std::string& pipe
             dup2(null, 0);
             dup2(null, 1);
         }
-        char* argv[] = {&host[0], &name[0], nullptr};
-        execve(host.c_str(), argv, envp.data());
+        execve(argv[0], argv.data(), envp.data());
         _exit(127);
     }
     return true;
