@@ -19,6 +19,9 @@ struct TimestampHistory {
     unsigned missingDts = 0;
 
     bool prefersDts() const { return missingPts > missingDts; }
+    bool operator==(const TimestampHistory& other) const {
+        return missingPts == other.missingPts && missingDts == other.missingDts;
+    }
 };
 
 // Whether every packet between two readings of the history was placed by the

@@ -146,6 +146,41 @@ void renderToEnd(mlt_producer producer, mlt_consumer consumer) {
     mlt_consumer_connect(consumer, nullptr);
 }
 
+// Renders the frame at position of fileName into outFile; the result is
+// whether the producer could be made. An empty profile is adapted to the
+// media first. Only a file the consumer wrote anew is worth keeping: it
+// reports no failure of its own.
+media::FreshAnswer renderSnapshot(mlt_profile profile, bool adaptToMedia,
+                                  const std::string& fileName, int position,
+                                  const std::string& outFile) {
+    media::FreshAnswer fresh;
+    SingleFrameArguments arguments(fileName, position);
+    media::ProducerHandle producer = makeSingleFrameProducer(profile, arguments);
+    if (producer && adaptToMedia) {
+        // Remade on the adapted profile so the picture keeps the media's own size.
+        mlt_profile_from_producer(profile, producer.get());
+        profile->progressive = 1;
+        producer.reset();
+        producer = makeSingleFrameProducer(profile, arguments);
+    }
+    if (!producer) {
+        return fresh;
+    }
+    const bool singleFile = readsItsFileAlone(producer.get());
+    const std::optional<platform::FileIdentity> before = platform::regularFileIdentity(outFile);
+    media::ConsumerHandle consumer = media::ConsumerHandle::adopt(
+        mlt_factory_consumer(profile, kAvformatService, outFile.c_str()));
+    if (consumer) {
+        renderToEnd(producer.get(), consumer.get());
+    }
+    producer.reset();
+    consumer.reset();
+    const std::optional<platform::FileIdentity> after = platform::regularFileIdentity(outFile);
+    fresh.result = true;
+    fresh.keep = singleFile && after && after != before;
+    return fresh;
+}
+
 }  // namespace
 
 bool snapPicture(int position, const std::string& profileName, const std::string& fileName,
@@ -160,35 +195,12 @@ bool snapPicture(int position, const std::string& profileName, const std::string
     media::CachedAnswers answers(cache, fileName);
     const cache::CacheKey key =
         snapshotKey(answers, position, *profile.get(), profileName.empty(), outFile);
+    // A cached picture stands for a producer that was made.
     bool producerMade = true;
     answers.answer(key, outFile, media::AnswerWrite::kInPlace, [&] {
-        media::FreshAnswer fresh;
-        SingleFrameArguments arguments(fileName, position);
-        media::ProducerHandle producer = makeSingleFrameProducer(profile.get(), arguments);
-        if (producer && profileName.empty()) {
-            // Remade on the adapted profile so the picture keeps the media's own size.
-            mlt_profile_from_producer(profile.get(), producer.get());
-            profile->progressive = 1;
-            producer.reset();
-            producer = makeSingleFrameProducer(profile.get(), arguments);
-        }
-        if (!producer) {
-            producerMade = false;
-            return fresh;
-        }
-        const bool singleFile = readsItsFileAlone(producer.get());
-        const std::optional<platform::FileIdentity> before = platform::regularFileIdentity(outFile);
-        media::ConsumerHandle consumer = media::ConsumerHandle::adopt(
-            mlt_factory_consumer(profile.get(), kAvformatService, outFile.c_str()));
-        if (consumer) {
-            renderToEnd(producer.get(), consumer.get());
-        }
-        producer.reset();
-        consumer.reset();
-        // The consumer reports no failure: only a file it wrote anew counts.
-        const std::optional<platform::FileIdentity> after = platform::regularFileIdentity(outFile);
-        fresh.result = true;
-        fresh.keep = singleFile && after && after != before;
+        const media::FreshAnswer fresh =
+            renderSnapshot(profile.get(), profileName.empty(), fileName, position, outFile);
+        producerMade = fresh.result;
         return fresh;
     });
     if (!producerMade) {

@@ -32,11 +32,15 @@ int streamFrameAt(const FrameGrabber& grabber, int position) {
 // picture from the cache or decodes it.
 //
 // Beside the file, the position, the size and the rotation, a decoded picture
-// depends on the grabber's timestamp history (see frame_grabber.h) and on
-// the start time found when the file was opened. A picture is kept only when
-// those followed from the file and the history the key names: the file read
-// nothing else, its start time was found on opening, and no packet since the
-// history was read was placed by another timestamp than the key says.
+// depends on the grabber's timestamp history (see frame_grabber.h) and on the
+// start time found when the file was opened. The series opens its file in
+// any case, so opening moves the history as it always would; a picture is
+// kept only when the rest followed from the file and the history the key
+// names: the file read nothing else, its start time was found on opening,
+// opening placed every packet by the same timestamp, and the decode moved
+// no count at all. That last rule also makes a cached picture leave the
+// grabber exactly as its decode would have, so later decodes of other files
+// cannot tell whether this one came from the cache.
 class SeriesPictures {
   public:
     SeriesPictures(FrameGrabber& grabber, const PictureSpec& spec, CachedAnswers& answers,
@@ -59,7 +63,7 @@ class SeriesPictures {
             FreshAnswer fresh;
             fresh.result = decodeAndSave(position, path);
             fresh.keep = fresh.result && steadyOpen_ && !grabber_.readsOtherFiles() &&
-                         samePreferenceBetween(beforeDecode, grabber_.timestampHistory());
+                         grabber_.timestampHistory() == beforeDecode;
             return fresh;
         });
     }

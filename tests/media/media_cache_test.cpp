@@ -117,6 +117,32 @@ TEST_F(MediaCacheTest, ARepeatedSeriesIsWrittenFromTheCacheWithTheBytesOfAFreshD
     }
 }
 
+// The grabber remembers timestamps it saw without pts or dts, from request
+// to request, and that memory can change later pictures of other files. A
+// series answered from the cache must leave it as the decode would have.
+TEST_F(MediaCacheTest, ACachedSeriesLeavesTheGrabberAsADecodingOneWould) {
+    // Matroska leaves some packets of a variable-rate stream without a dts.
+    const std::string variableRate = mediatest::counterVariant(
+        "media_cache_vfr.mkv",
+        "-vf \"select='lt(mod(n\\,5)\\,3)'\" -fps_mode vfr -c:v libx264 -preset veryfast");
+    const std::string media[] = {variableRate, mediatest::counterVideo(), variableRate,
+                                 mediatest::counterVideo("ntsc")};
+    const std::vector<int> positions = {0, 1, 40, 90, 170};
+    FrameGrabber decoding;
+    FrameGrabber cached;
+    for (int round = 0; round < 2; ++round) {
+        for (const std::string& file : media) {
+            SCOPED_TRACE(file + " round " + std::to_string(round));
+            EXPECT_EQ(series(cached, file, positions, {160, 120, 25.0}, &results_),
+                      series(decoding, file, positions, {160, 120, 25.0}, nullptr));
+            EXPECT_EQ(cached.timestampHistory().missingPts, decoding.timestampHistory().missingPts);
+            EXPECT_EQ(cached.timestampHistory().missingDts, decoding.timestampHistory().missingDts);
+        }
+    }
+    EXPECT_GT(decoding.timestampHistory().missingDts, 0u);
+    EXPECT_GT(statistics().hits, 0u);
+}
+
 TEST_F(MediaCacheTest, EverySizeRateAndPositionHasPicturesOfItsOwn) {
     const std::string media = mediatest::counterVideo();
     const std::vector<int> positions = {0, 100, 200};
