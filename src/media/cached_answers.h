@@ -21,11 +21,13 @@ enum class AnswerWrite {
     kDurable,  // synced temporary file renamed over the name
 };
 
-// What a computation did: the request's result, and whether the file it
-// wrote may answer the same key again.
+// What a computation did: the request's result, whether the file it wrote
+// may answer the same key again, and a note of what else it left behind,
+// handed back whenever the cached file stands in for it.
 struct FreshAnswer {
     bool result = false;
     bool keep = false;
+    std::string note;
 };
 
 class CachedAnswers {
@@ -40,11 +42,13 @@ class CachedAnswers {
     cache::CacheKey key(const char* kind, int recipe) const;
 
     // Writes the answer for key to path: the cached bytes when the cache has
-    // them (the result is then whether they were written), else whatever
-    // compute does (its result), keeping the file compute wrote when it says
-    // so and the media file is still the version the key names.
+    // them (the result is then whether they were written, and replay gets
+    // the computation's note), else whatever compute does (its result),
+    // keeping the file compute wrote, with its note, when it says so and the
+    // media file is still the version the key names.
     bool answer(const cache::CacheKey& key, const std::string& path, AnswerWrite how,
-                const std::function<FreshAnswer()>& compute);
+                const std::function<FreshAnswer()>& compute,
+                const std::function<void(const std::string& note)>& replay = nullptr);
 
   private:
     bool active() const { return cache_ != nullptr && identity_.has_value(); }

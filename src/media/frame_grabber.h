@@ -19,9 +19,6 @@ struct TimestampHistory {
     unsigned missingDts = 0;
 
     bool prefersDts() const { return missingPts > missingDts; }
-    bool operator==(const TimestampHistory& other) const {
-        return missingPts == other.missingPts && missingDts == other.missingDts;
-    }
 };
 
 // Whether every packet between two readings of the history was placed by the
@@ -58,6 +55,12 @@ class FrameGrabber {
     int64_t startTime() const { return startTime_; }
     bool hasRotationFilter() const { return filterGraph_ != nullptr; }
     TimestampHistory timestampHistory() const { return {missingPts_, missingDts_}; }
+    // Counts timestamps as seen without pts or dts: what the decode that a
+    // cached picture stands in for would have counted.
+    void addToHistory(const TimestampHistory& counts) {
+        missingPts_ += counts.missingPts;
+        missingDts_ += counts.missingDts;
+    }
     // Whether the open file's demuxer has read other files (see av_handles.h).
     bool readsOtherFiles() const;
 

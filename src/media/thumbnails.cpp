@@ -4,6 +4,8 @@ extern "C" {
 #include <libavutil/avutil.h>
 }
 
+#include <cstdio>
+
 #include "log/log.h"
 #include "media/cached_answers.h"
 #include "platform/durable_file.h"
@@ -28,6 +30,17 @@ int streamFrameAt(const FrameGrabber& grabber, int position) {
     return static_cast<int>(position / grabber.positionRate() * grabber.streamRate() + 0.5);
 }
 
+// The counts a decode added to the grabber's timestamp history, as a note
+// kept with its picture: "<pts> <dts>".
+std::string historyNote(const TimestampHistory& before, const TimestampHistory& after) {
+    return std::to_string(after.missingPts - before.missingPts) + " " +
+           std::to_string(after.missingDts - before.missingDts);
+}
+
+bool readHistoryNote(const std::string& note, TimestampHistory& counts) {
+    return std::sscanf(note.c_str(), "%u %u", &counts.missingPts, &counts.missingDts) == 2;
+}
+
 // One series' pictures: checks a position as the series must, then takes its
 // picture from the cache or decodes it.
 //
@@ -37,10 +50,11 @@ int streamFrameAt(const FrameGrabber& grabber, int position) {
 // any case, so opening moves the history as it always would; a picture is
 // kept only when the rest followed from the file and the history the key
 // names: the file read nothing else, its start time was found on opening,
-// opening placed every packet by the same timestamp, and the decode moved
-// no count at all. That last rule also makes a cached picture leave the
-// grabber exactly as its decode would have, so later decodes of other files
-// cannot tell whether this one came from the cache.
+// and opening and the decode each placed every packet by the same timestamp.
+// What the decode added to the history is kept with the picture and added
+// again whenever the picture is taken from the cache, so the grabber ends as
+// the decode would have left it and later pictures of other files cannot
+// tell the difference.
 class SeriesPictures {
   public:
     SeriesPictures(FrameGrabber& grabber, const PictureSpec& spec, CachedAnswers& answers,
@@ -59,13 +73,23 @@ class SeriesPictures {
             return false;
         }
         const TimestampHistory beforeDecode = grabber_.timestampHistory();
-        return answers_.answer(key(position, beforeDecode), path, AnswerWrite::kInPlace, [&] {
+        const auto decode = [&] {
             FreshAnswer fresh;
             fresh.result = decodeAndSave(position, path);
+            const TimestampHistory afterDecode = grabber_.timestampHistory();
             fresh.keep = fresh.result && steadyOpen_ && !grabber_.readsOtherFiles() &&
-                         grabber_.timestampHistory() == beforeDecode;
+                         samePreferenceBetween(beforeDecode, afterDecode);
+            fresh.note = historyNote(beforeDecode, afterDecode);
             return fresh;
-        });
+        };
+        const auto replay = [&](const std::string& note) {
+            TimestampHistory counts;
+            if (readHistoryNote(note, counts)) {
+                grabber_.addToHistory(counts);
+            }
+        };
+        return answers_.answer(key(position, beforeDecode), path, AnswerWrite::kInPlace, decode,
+                               replay);
     }
 
   private:
