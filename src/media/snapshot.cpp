@@ -24,6 +24,10 @@ const char kAvformatService[] = "avformat";
 const char kTransportProducer[] = "transport_producer";
 const char kTransportConsumer[] = "transport_consumer";
 constexpr long kStopPollMs = 40;
+// A render that ends without a frame is started again this many times at
+// most: a lost start renders on the next try, while an output the consumer
+// cannot open never will.
+constexpr int kFramelessRetries = 2;
 // Counts changes to how a snapshot is rendered from these facts.
 constexpr int kSnapshotRecipe = 1;
 
@@ -132,10 +136,14 @@ void renderToEnd(mlt_producer producer, mlt_consumer consumer) {
                             nullptr, nullptr);
     mlt_consumer_connect(consumer, mlt_producer_service(producer));
     media::ConsumerStops stops(consumer);
+    int retries = 0;
     if (mlt_consumer_start(consumer) == 0) {
-        while (!mlt_consumer_is_stopped(consumer)) {
-            if (stops.startWasLost()) {
+        for (;;) {
+            if (stops.startWasLost() ||
+                (stops.endedWithoutAFrame() && retries++ < kFramelessRetries)) {
                 stops.restart(producer);
+            } else if (mlt_consumer_is_stopped(consumer)) {
+                break;
             }
             platform::sleepMilliseconds(kStopPollMs);
         }
