@@ -3,10 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 
-#include "platform/file_lock.h"
 #include "platform/files.h"
 #include "support/test_media.h"
 
@@ -73,47 +71,6 @@ TEST(FileIdentity, EveryNewVersionOfAFileHasANewIdentity) {
     }
     EXPECT_FALSE(platform::regularFileIdentity(folder));
     EXPECT_FALSE(platform::regularFileIdentity(folder + "/missing"));
-}
-
-TEST(Files, SmallFilesAreWrittenReadAndListed) {
-    const std::string folder = testsupport::makeTempDirectory("qv-files") + "/a/b";
-    ASSERT_TRUE(platform::makeFolders(folder));
-    ASSERT_TRUE(platform::makeFolders(folder));
-    ASSERT_TRUE(platform::writeNewFile(folder + "/one", "1"));
-    // A new file must be new.
-    EXPECT_FALSE(platform::writeNewFile(folder + "/one", "2"));
-    EXPECT_EQ(platform::lastErrorText(), "File exists");
-    ASSERT_TRUE(platform::writeFileInPlace(folder + "/two", "22"));
-    ASSERT_TRUE(platform::makeFolders(folder + "/sub"));
-    EXPECT_EQ(platform::readWholeFile(folder + "/two", 2), std::optional<std::string>("22"));
-    EXPECT_FALSE(platform::readWholeFile(folder + "/two", 1));
-    EXPECT_FALSE(platform::readWholeFile(folder + "/three", 10));
-    std::vector<std::string> names;
-    for (const platform::FolderFile& file : platform::listRegularFiles(folder)) {
-        names.push_back(file.name + ":" + std::to_string(file.size));
-    }
-    std::sort(names.begin(), names.end());
-    EXPECT_EQ(names, (std::vector<std::string>{"one:1", "two:2"}));
-    // A path through a file is no folder.
-    EXPECT_FALSE(platform::makeFolders(folder + "/one/x"));
-    EXPECT_EQ(platform::lastErrorText(), "Not a directory");
-}
-
-TEST(LockableFile, ContentIsReplacedWholeAndTheLockIsTakenAndGiven) {
-    const std::string path = testsupport::makeTempDirectory("qv-lock") + "/ledger";
-    platform::LockableFile first(path);
-    platform::LockableFile second(path);
-    ASSERT_TRUE(first.isOpen() && second.isOpen());
-    {
-        platform::FileLockGuard guard(first);
-        ASSERT_TRUE(guard.locked());
-        ASSERT_TRUE(first.replace("123456\n"));
-        ASSERT_TRUE(first.replace("7\n"));
-    }
-    platform::FileLockGuard guard(second);
-    ASSERT_TRUE(guard.locked());
-    EXPECT_EQ(second.read(), "7\n");
-    EXPECT_FALSE(platform::LockableFile("/nonexistent/ledger").isOpen());
 }
 
 }  // namespace
