@@ -9,15 +9,16 @@ declare -A allowed=(
     [platform]=""
     [messages]="platform"
     [log]="platform"
+    [cache]="platform log"
     [timeline]="platform messages log"
     [project]="platform messages log timeline"
     [journal]="platform messages log"
-    [media]="platform messages log"
+    [media]="platform messages log cache"
     [engine]="platform messages log timeline media"
     [export]="platform messages log media engine"
-    [player]="platform messages log media engine export"
-    [framework]="platform messages log timeline project journal media engine export player"
-    [host]="platform messages log timeline project journal media engine export player framework"
+    [player]="platform messages log cache media engine export"
+    [framework]="platform messages log cache timeline project journal media engine export player"
+    [host]="platform messages log cache timeline project journal media engine export player framework"
 )
 
 status=0

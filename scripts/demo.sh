@@ -50,7 +50,9 @@ ff -f lavfi -i "sine=frequency=220:sample_rate=48000:duration=16,volume='0.2+0.8
 
 pipe=demo$$
 echo "== starting quillavant-host $pipe"
+# The media cache and the journal keep to the demo folder, so the demo leaves nothing elsewhere.
 QUILLAVANT_PIPE_DIR=$run QUILLAVANT_RECOVERY_DIR=$out/recovery \
+    QUILLAVANT_CACHE_DIR=${QUILLAVANT_CACHE_DIR:-$out/media-cache} \
     build/bin/quillavant-host "$pipe" 2>"$out/service.log" &
 host_pid=$!
 

@@ -15,6 +15,7 @@ extern "C" {
 #include <cstdio>
 #include <cstdlib>
 
+#include "media/cached_answers.h"
 #include "media/mlt_handles.h"
 #include "platform/durable_file.h"
 
@@ -257,20 +258,17 @@ bool AudioWaveform::writeLevels(const std::string& path, const std::vector<int>&
     return platform::writeFileDurably(path, text);
 }
 
-bool makeAudioThumbFile(const std::string& profileName, const std::string& fileName,
-                        const std::string& outFile) {
-    double pointsPerSecond = kDefaultPointsPerSecond;
-    if (!profileName.empty()) {
-        media::ensureEngineFactory();
-        media::ProfileHandle profile = media::makeProfile(profileName);
-        if (profile) {
-            pointsPerSecond = mlt_profile_fps(profile.get());
-        }
-    }
-    AudioWaveform waveform;
-    if (!waveform.open(fileName)) {
-        return false;
-    }
+bool AudioWaveform::readsOtherFiles() const {
+    return format_ && media::readsOtherFiles(*format_);
+}
+
+namespace {
+
+// Counts changes to how a level file is made from these facts.
+constexpr int kLevelsRecipe = 1;
+
+// The levels of an open file fitted to one value per point of its duration.
+std::vector<int> fittedLevels(AudioWaveform& waveform, double pointsPerSecond) {
     const long count = std::lrint(waveform.durationMicroseconds() * pointsPerSecond / 1000000.0);
     const std::vector<int> levels = waveform.readLevels();
     std::vector<int> result(static_cast<size_t>(std::max(count, 0L)), 0);
@@ -281,6 +279,35 @@ bool makeAudioThumbFile(const std::string& profileName, const std::string& fileN
     } else {
         result = levels;
     }
-    waveform.close();
-    return AudioWaveform::writeLevels(outFile, result);
+    return result;
+}
+
+}  // namespace
+
+bool makeAudioThumbFile(const std::string& profileName, const std::string& fileName,
+                        const std::string& outFile, cache::ResultCache* cache) {
+    double pointsPerSecond = kDefaultPointsPerSecond;
+    if (!profileName.empty()) {
+        media::ensureEngineFactory();
+        media::ProfileHandle profile = media::makeProfile(profileName);
+        if (profile) {
+            pointsPerSecond = mlt_profile_fps(profile.get());
+        }
+    }
+    media::CachedAnswers answers(cache, fileName);
+    cache::CacheKey key = answers.key("levels", kLevelsRecipe);
+    key.add("points per second", pointsPerSecond);
+    return answers.answer(key, outFile, media::AnswerWrite::kDurable, [&] {
+        media::FreshAnswer fresh;
+        AudioWaveform waveform;
+        if (!waveform.open(fileName)) {
+            return fresh;
+        }
+        const std::vector<int> result = fittedLevels(waveform, pointsPerSecond);
+        const bool fromItsOwnFile = !waveform.readsOtherFiles();
+        waveform.close();
+        fresh.result = AudioWaveform::writeLevels(outFile, result);
+        fresh.keep = fresh.result && fromItsOwnFile;
+        return fresh;
+    });
 }

@@ -9,6 +9,10 @@
 
 #include "media/av_handles.h"
 
+namespace cache {
+class ResultCache;
+}
+
 class AudioWaveform {
   public:
     AudioWaveform() = default;
@@ -23,6 +27,8 @@ class AudioWaveform {
     int64_t durationMicroseconds() const;
     // One level per decoded frame of the audio stream, in decoding order.
     std::vector<int> readLevels();
+    // Whether the open file's demuxer has read other files (see av_handles.h).
+    bool readsOtherFiles() const;
 
     // Level of a frame of frameSamples mono samples, measured on at most its
     // first 200.
@@ -46,5 +52,7 @@ class AudioWaveform {
 // Writes the level file of fileName to outFile with one value per frame of
 // the named profile (25 per second when the name is empty). False, with no
 // file written, when the file has no decodable audio or outFile cannot be made.
+// With a cache, a level file it holds is written from it, and one computed is
+// kept in it.
 bool makeAudioThumbFile(const std::string& profileName, const std::string& fileName,
-                        const std::string& outFile);
+                        const std::string& outFile, cache::ResultCache* cache = nullptr);

@@ -9,14 +9,42 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
+#include <cstring>
+
 // The media code follows FFmpeg 5's send/receive decoding and channel-layout
 // interfaces; older and newer majors changed both.
 static_assert(LIBAVCODEC_VERSION_MAJOR == 59, "written for FFmpeg 5.x (libavcodec 59)");
 
 namespace media {
+namespace {
+
+// Kept in the input's opaque field by openInput: the demuxer opens its
+// files through the input's io_open, so a wrapper sees each of them.
+struct OpenedFiles {
+    decltype(AVFormatContext::io_open) open = nullptr;
+    std::string path;
+    bool others = false;
+};
+
+int openAndNote(AVFormatContext* context, AVIOContext** io, const char* url, int flags,
+                AVDictionary** options) {
+    auto* opened = static_cast<OpenedFiles*>(context->opaque);
+    if (url == nullptr || opened->path != url) {
+        opened->others = true;
+    }
+    return opened->open(context, io, url, flags, options);
+}
+
+// The concat demuxer opens its parts through inputs of its own, which the
+// wrapper never sees.
+const char kConcatDemuxer[] = "concat";
+
+}  // namespace
 
 void InputFormatDeleter::operator()(AVFormatContext* context) const {
+    auto* opened = static_cast<OpenedFiles*>(context->opaque);
     avformat_close_input(&context);
+    delete opened;
 }
 void CodecContextDeleter::operator()(AVCodecContext* context) const {
     avcodec_free_context(&context);
@@ -52,15 +80,29 @@ void OutputFormatDeleter::operator()(AVFormatContext* context) const {
 }
 
 InputFormatPtr openInput(const std::string& path) {
-    AVFormatContext* opened = nullptr;
-    if (avformat_open_input(&opened, path.c_str(), nullptr, nullptr) < 0) {
+    AVFormatContext* context = avformat_alloc_context();
+    if (context == nullptr) {
         return nullptr;
     }
-    InputFormatPtr input(opened);
+    auto* opened = new OpenedFiles{context->io_open, path, false};
+    context->opaque = opened;
+    context->io_open = openAndNote;
+    // A failed open frees the context itself.
+    if (avformat_open_input(&context, path.c_str(), nullptr, nullptr) < 0) {
+        delete opened;
+        return nullptr;
+    }
+    InputFormatPtr input(context);
     if (avformat_find_stream_info(input.get(), nullptr) < 0) {
         return nullptr;
     }
     return input;
+}
+
+bool readsOtherFiles(const AVFormatContext& input) {
+    const auto* opened = static_cast<const OpenedFiles*>(input.opaque);
+    return opened->others ||
+           (input.iformat != nullptr && std::strcmp(input.iformat->name, kConcatDemuxer) == 0);
 }
 
 CodecContextPtr makeDecoderContext(const AVStream& stream) {

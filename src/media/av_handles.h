@@ -61,7 +61,13 @@ FramePtr makeFrame();
 PacketPtr makePacket();
 
 // Opens path and reads its stream information; null when either step fails.
+// The input notes every file its demuxer opens while it lives.
 InputFormatPtr openInput(const std::string& path);
+
+// Whether an input made by openInput has read from anything but its own file
+// so far: the parts of a playlist or a segment list, numbered pictures. What
+// is decoded from such an input does not follow from its file alone.
+bool readsOtherFiles(const AVFormatContext& input);
 
 // A decoder context for a stream, filled from the stream's parameters and not
 // yet opened; null when FFmpeg has no decoder for the codec.

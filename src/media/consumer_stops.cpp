@@ -6,6 +6,7 @@ namespace media {
 namespace {
 
 const char kStoppedEvent[] = "consumer-stopped";
+const char kFrameShownEvent[] = "consumer-frame-show";
 // Long enough for a normal end to have marked the consumer stopped.
 constexpr std::chrono::milliseconds kSettleTime(40);
 
@@ -13,11 +14,17 @@ void onStopped(mlt_properties, ConsumerStops* self, mlt_event_data) {
     self->noteStopped();
 }
 
+void onFrameShown(mlt_properties, ConsumerStops* self, mlt_event_data) {
+    self->noteFrameShown();
+}
+
 }  // namespace
 
 ConsumerStops::ConsumerStops(mlt_consumer consumer) : consumer_(consumer) {
     mlt_events_listen(MLT_CONSUMER_PROPERTIES(consumer), this, kStoppedEvent,
                       reinterpret_cast<mlt_listener>(&onStopped));
+    mlt_events_listen(MLT_CONSUMER_PROPERTIES(consumer), this, kFrameShownEvent,
+                      reinterpret_cast<mlt_listener>(&onFrameShown));
 }
 
 ConsumerStops::~ConsumerStops() {
@@ -26,6 +33,7 @@ ConsumerStops::~ConsumerStops() {
 
 void ConsumerStops::clear() {
     reports_ = 0;
+    framesShown_ = 0;
     runningAfterReport_.reset();
 }
 
@@ -39,6 +47,10 @@ bool ConsumerStops::startWasLost() {
         return false;
     }
     return now - *runningAfterReport_ >= kSettleTime;
+}
+
+bool ConsumerStops::endedWithoutAFrame() const {
+    return reports_.load() > 0 && framesShown_.load() == 0 && mlt_consumer_is_stopped(consumer_);
 }
 
 void ConsumerStops::restart(mlt_producer producer) {

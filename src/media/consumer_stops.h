@@ -30,12 +30,21 @@ class ConsumerStops {
     // Stops the consumer and starts it again from the producer's first frame at normal speed.
     void restart(mlt_producer producer);
 
+    // True when the render thread has reported its end and the consumer
+    // reads as stopped, but not one frame was shown: the other shape of a
+    // lost start, where the late mark fell before the thread's own last one.
+    // A consumer that could not open its output ends the same way.
+    bool endedWithoutAFrame() const;
+
     // Called on the render thread when it reports its end.
     void noteStopped() { ++reports_; }
+    // Called on the render thread for each frame it shows (encodes).
+    void noteFrameShown() { ++framesShown_; }
 
   private:
     mlt_consumer consumer_;
     std::atomic<int> reports_{0};
+    std::atomic<int> framesShown_{0};
     std::optional<std::chrono::steady_clock::time_point> runningAfterReport_;
 };
 

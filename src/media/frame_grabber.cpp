@@ -119,7 +119,17 @@ bool encodePicture(AVFormatContext& output, AVCodecContext& encoder, AVFrame& pi
 
 }  // namespace
 
+bool samePreferenceBetween(const TimestampHistory& from, const TimestampHistory& to) {
+    const bool atMostOneCountMoved =
+        from.missingPts == to.missingPts || from.missingDts == to.missingDts;
+    return atMostOneCountMoved && from.prefersDts() == to.prefersDts();
+}
+
 FrameGrabber::FrameGrabber() : startTime_(AV_NOPTS_VALUE) {}
+
+bool FrameGrabber::readsOtherFiles() const {
+    return format_ && media::readsOtherFiles(*format_);
+}
 
 void FrameGrabber::closeMedia() {
     filterGraph_.reset();

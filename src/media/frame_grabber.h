@@ -11,6 +11,21 @@
 
 struct AVFilterContext;
 
+// The grabber's count of timestamps that came without a pts or a dts. It is
+// never reset, so it carries from file to file and request to request, and
+// decides which of two known timestamps places a packet.
+struct TimestampHistory {
+    unsigned missingPts = 0;
+    unsigned missingDts = 0;
+
+    bool prefersDts() const { return missingPts > missingDts; }
+};
+
+// Whether every packet between two readings of the history was placed by the
+// same timestamp. While only one count moves, the preference turns at most
+// once, so equal preferences at both ends mean it never turned.
+bool samePreferenceBetween(const TimestampHistory& from, const TimestampHistory& to);
+
 class FrameGrabber {
   public:
     FrameGrabber();
@@ -39,6 +54,15 @@ class FrameGrabber {
     int height() const { return height_; }
     int64_t startTime() const { return startTime_; }
     bool hasRotationFilter() const { return filterGraph_ != nullptr; }
+    TimestampHistory timestampHistory() const { return {missingPts_, missingDts_}; }
+    // Counts timestamps as seen without pts or dts: what the decode that a
+    // cached picture stands in for would have counted.
+    void addToHistory(const TimestampHistory& counts) {
+        missingPts_ += counts.missingPts;
+        missingDts_ += counts.missingDts;
+    }
+    // Whether the open file's demuxer has read other files (see av_handles.h).
+    bool readsOtherFiles() const;
 
     // Degrees of clockwise rotation the stream asks for, in [0, 360).
     double getRotation() const;

@@ -7,6 +7,10 @@
 
 #include "media/frame_grabber.h"
 
+namespace cache {
+class ResultCache;
+}
+
 // Size of the thumbnails and the frame rate in which the file's length is
 // counted; members the client leaves out are 0.
 struct PictureSpec {
@@ -18,7 +22,8 @@ struct PictureSpec {
 // Writes outDir/<position>.png for every position of the list (a JPEG picture
 // whatever the extension). Positions are counted at 25 per second. A position
 // that cannot be written is logged and skipped; the answer is false only for
-// an empty list.
+// an empty list. With a cache, pictures it holds are written from it, and
+// pictures decoded are kept in it.
 bool snapMultiPicQuick(FrameGrabber& grabber, const std::vector<int>& positions,
                        const PictureSpec& spec, const std::string& fileName,
-                       const std::string& outDir);
+                       const std::string& outDir, cache::ResultCache* cache = nullptr);

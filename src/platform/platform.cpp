@@ -1,5 +1,6 @@
 #include "platform/platform.h"
 
+#include <pwd.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
@@ -99,6 +100,21 @@ std::string versionText() {
 std::string environmentValue(const char* name) {
     const char* value = std::getenv(name);
     return value ? std::string(value) : std::string();
+}
+
+std::string homeFolder() {
+    std::string home = environmentValue("HOME");
+    if (!home.empty()) {
+        return home;
+    }
+    struct passwd entry {};
+    struct passwd* found = nullptr;
+    char buffer[4096];
+    if (getpwuid_r(getuid(), &entry, buffer, sizeof(buffer), &found) == 0 && found != nullptr &&
+        found->pw_dir != nullptr) {
+        home = found->pw_dir;
+    }
+    return home;
 }
 
 }  // namespace platform

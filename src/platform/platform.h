@@ -50,4 +50,8 @@ std::string versionText();
 // Directory of environment values the engine reads, or empty when unset.
 std::string environmentValue(const char* name);
 
+// The user's home folder: HOME, else the account's entry; empty when neither
+// names one.
+std::string homeFolder();
+
 }  // namespace platform

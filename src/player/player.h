@@ -6,9 +6,11 @@
 #include <framework/mlt_types.h>
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "cache/result_cache.h"
 #include "engine/graph_dump.h"
 #include "export/export_session.h"
 #include "export/export_settings.h"
@@ -107,7 +109,8 @@ class MePlayer {
     void closeExport();
     std::string getHwAccelAbility();
 
-    // Pictures, probing and audio levels.
+    // Pictures, probing and audio levels. Pictures and levels go through the
+    // media cache the environment describes.
     bool snapPic(int position, const std::string& profile, const std::string& fileName,
                  const std::string& outFile);
     bool snapMultiPic_Quick(const std::vector<int>& positions, const PictureSpec& spec,
@@ -150,6 +153,10 @@ class MePlayer {
     void leaveFullScreen(int position);
     void showOn(mlt_consumer consumer, int position);
 
+    // Opened on the first picture or level request, so a service that makes
+    // none leaves no folder behind and logs nothing about it.
+    cache::ResultCache* mediaCache();
+
     media::ProducerHandle producer_;
     media::ConsumerHandle consumer_;
     media::ProfileHandle profile_;
@@ -158,6 +165,7 @@ class MePlayer {
     std::string cachePath_;
     ExportSession export_;
     FrameGrabber grabber_;
+    std::unique_ptr<cache::ResultCache> mediaCache_;
     media::ConsumerHandle fullScreenConsumer_;
     GraphDumpSchedule graphDumps_;
     bool isFullScreen_ = false;

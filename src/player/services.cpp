@@ -32,19 +32,27 @@ std::string MePlayer::getHwAccelAbility() {
     return ::getHwAccelAbility();
 }
 
+cache::ResultCache* MePlayer::mediaCache() {
+    if (!mediaCache_) {
+        mediaCache_ = std::make_unique<cache::ResultCache>(
+            cache::resolveCacheSettings(cache::readCacheEnvironment()));
+    }
+    return mediaCache_.get();
+}
+
 bool MePlayer::snapPic(int position, const std::string& profile, const std::string& fileName,
                        const std::string& outFile) {
     ensureFactory();
-    return snapPicture(position, profile, fileName, outFile);
+    return snapPicture(position, profile, fileName, outFile, mediaCache());
 }
 
 bool MePlayer::snapMultiPic_Quick(const std::vector<int>& positions, const PictureSpec& spec,
                                   const std::string& fileName, const std::string& outDir) {
-    return snapMultiPicQuick(grabber_, positions, spec, fileName, outDir);
+    return snapMultiPicQuick(grabber_, positions, spec, fileName, outDir, mediaCache());
 }
 
 bool MePlayer::makeAudioThumb(const std::string& fileName, const std::string& outFile) {
-    return makeAudioThumbFile(profileName, fileName, outFile);
+    return makeAudioThumbFile(profileName, fileName, outFile, mediaCache());
 }
 
 std::string MePlayer::getProperty(const std::string& fileName, const std::string& fileType) {

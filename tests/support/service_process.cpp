@@ -27,16 +27,19 @@ std::string makeRecoveryFolder(const std::string& fallbackParent) {
 
 }  // namespace
 
-ServiceProcess::ServiceProcess(const std::string& extraEnvironment) {
+ServiceProcess::ServiceProcess(const std::string& extraEnvironment,
+                               const std::vector<std::string>& wrapper) {
     static std::atomic<int> counter{0};
     directory_ = makeTempDirectory("qv-service");
     pipeName_ = "qvtest" + std::to_string(getpid()) + "_" + std::to_string(counter++);
     socketPath_ = directory_ + "/" + pipeName_;
     recoveryFolder_ = makeRecoveryFolder(directory_);
     stderrPath_ = directory_ + "/host.stderr";
-    // Edit journals stay with the test's own files unless a test says otherwise.
+    // Edit journals and media caches stay with the test's own files unless a
+    // test says otherwise.
     std::vector<std::string> environment = {"SDL_AUDIODRIVER=dummy",
-                                            "QUILLAVANT_RECOVERY_DIR=" + recoveryFolder()};
+                                            "QUILLAVANT_RECOVERY_DIR=" + recoveryFolder(),
+                                            "QUILLAVANT_CACHE_DIR=" + directory_ + "/cache"};
     std::stringstream extras(extraEnvironment);
     std::string pair;
     while (std::getline(extras, pair, ';')) {
@@ -44,7 +47,8 @@ ServiceProcess::ServiceProcess(const std::string& extraEnvironment) {
             environment.push_back(pair);
         }
     }
-    launcher_.start(binaryPath("quillavant-host"), directory_, pipeName_, environment, stderrPath_);
+    launcher_.start(binaryPath("quillavant-host"), directory_, pipeName_, environment, stderrPath_,
+                    wrapper);
 }
 
 ServiceProcess::~ServiceProcess() {

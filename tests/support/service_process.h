@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <string>
+#include <vector>
 
 #include "client/pipe_client.h"
 #include "client/service_launcher.h"
@@ -15,8 +16,12 @@ class ServiceProcess {
   public:
     // Starts the host with a unique pipe name, its edit journal in
     // recoveryFolder(); extraEnvironment holds "NAME=value" pairs separated
-    // by ';', which replace those defaults.
-    explicit ServiceProcess(const std::string& extraEnvironment = std::string());
+    // by ';', which replace those defaults. Each host keeps its media cache in
+    // a fresh folder of its own unless extraEnvironment names one, so no test
+    // finds results another test or an earlier run left. wrapper is a command
+    // the host runs under (see ServiceLauncher::start).
+    explicit ServiceProcess(const std::string& extraEnvironment = std::string(),
+                            const std::vector<std::string>& wrapper = {});
     ~ServiceProcess();
     ServiceProcess(const ServiceProcess&) = delete;
     ServiceProcess& operator=(const ServiceProcess&) = delete;

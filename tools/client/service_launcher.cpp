@@ -19,7 +19,8 @@ ServiceLauncher::~ServiceLauncher() {
 bool ServiceLauncher::start(const std::string& hostPath, const std::string& pipeDirectory,
                             const std::string& pipeName,
                             const std::vector<std::string>& environment,
-                            const std::string& stderrPath) {
+                            const std::string& stderrPath,
+                            const std::vector<std::string>& wrapper) {
     std::vector<std::string> settings;
     for (char** entry = environ; *entry != nullptr; ++entry) {
         settings.emplace_back(*entry);
@@ -42,8 +43,14 @@ bool ServiceLauncher::start(const std::string& hostPath, const std::string& pipe
         envp.push_back(&text[0]);
     }
     envp.push_back(nullptr);
-    std::string host = hostPath;
-    std::string name = pipeName;
+    std::vector<std::string> arguments = wrapper;
+    arguments.push_back(hostPath);
+    arguments.push_back(pipeName);
+    std::vector<char*> argv;
+    for (auto& argument : arguments) {
+        argv.push_back(&argument[0]);
+    }
+    argv.push_back(nullptr);
     pid_ = fork();
     if (pid_ < 0) {
         return false;
@@ -61,8 +68,7 @@ bool ServiceLauncher::start(const std::string& hostPath, const std::string& pipe
             dup2(null, 0);
             dup2(null, 1);
         }
-        char* argv[] = {&host[0], &name[0], nullptr};
-        execve(host.c_str(), argv, envp.data());
+        execve(argv[0], argv.data(), envp.data());
         _exit(127);
     }
     return true;

@@ -17,10 +17,13 @@ class ServiceLauncher {
     // Runs hostPath with pipeName, QUILLAVANT_PIPE_DIR=pipeDirectory and the
     // extra "NAME=value" settings, which replace inherited ones and earlier
     // ones of the same name; its standard error goes to stderrPath
-    // (inherited when empty).
+    // (inherited when empty). A non-empty wrapper is a command that ends by
+    // running the host with its arguments appended (the host then runs under
+    // what the wrapper sets up).
     bool start(const std::string& hostPath, const std::string& pipeDirectory,
                const std::string& pipeName, const std::vector<std::string>& environment = {},
-               const std::string& stderrPath = std::string());
+               const std::string& stderrPath = std::string(),
+               const std::vector<std::string>& wrapper = {});
 
     // The exit status once it has ended, -1 on a time-out or a signal.
     int waitForExit(int timeoutMs);
