@@ -9,6 +9,7 @@
 #include "journal/sync_worker.h"
 #include "log/log.h"
 #include "platform/durable_file.h"
+#include "platform/files.h"
 #include "platform/platform.h"
 #include "platform/synced_file.h"
 

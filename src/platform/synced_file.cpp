@@ -1,7 +1,6 @@
 #include "platform/synced_file.h"
 
 #include <fcntl.h>
-#include <pwd.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -18,7 +17,6 @@ namespace platform {
 namespace {
 
 constexpr mode_t kPrivateFile = 0600;
-constexpr mode_t kPrivateFolder = 0700;
 constexpr size_t kZeroBlock = 64 * 1024;
 
 }  // namespace
@@ -95,32 +93,6 @@ bool isLockedByWriter(const std::string& path) {
     const bool locked = ::flock(fd, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
     ::close(fd);
     return locked;
-}
-
-std::string homeFolder() {
-    std::string home = environmentValue("HOME");
-    if (!home.empty()) {
-        return home;
-    }
-    std::vector<char> buffer(16384);
-    struct passwd entry {};
-    struct passwd* found = nullptr;
-    if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found) {
-        return found->pw_dir;
-    }
-    return std::string();
-}
-
-bool makeFolders(const std::string& folder) {
-    struct stat status {};
-    if (folder.empty() || ::stat(folder.c_str(), &status) == 0) {
-        return !folder.empty() && S_ISDIR(status.st_mode);
-    }
-    const std::string parent = parentFolder(folder);
-    if (parent != folder && !makeFolders(parent)) {
-        return false;
-    }
-    return ::mkdir(folder.c_str(), kPrivateFolder) == 0 || errno == EEXIST;
 }
 
 }  // namespace platform

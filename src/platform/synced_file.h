@@ -48,11 +48,4 @@ class SyncedFile {
 // True when a live process holds the lock a SyncedFile takes on path.
 bool isLockedByWriter(const std::string& path);
 
-// The user's home folder: $HOME, else the account's entry; empty if neither.
-std::string homeFolder();
-
-// Creates folder and any missing parents; the folders it makes are private
-// to the user (mode 0700). True when folder exists afterwards.
-bool makeFolders(const std::string& folder);
-
 }  // namespace platform
