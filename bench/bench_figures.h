@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -53,7 +54,13 @@ class Report {
   public:
     Report(int smallClips, int largeClips) : small_(smallClips), large_(largeClips) {}
 
+    // The figures are wall-clock times: the machine's load says how far
+    // other work may have stretched them.
     void heading(const char* title) const {
+        double load[1] = {0.0};
+        if (getloadavg(load, 1) == 1) {
+            std::printf("(load average %.2f while measuring)\n", load[0]);
+        }
         std::printf("%s\n  %-30s %12d %12d clips   growth   target at %d clips\n", title, "",
                     small_, large_, large_);
     }

@@ -13,6 +13,10 @@ PlacementList::Placement PlacementList::at(int index) const {
 }
 
 PlacementList::Placement PlacementList::find(const std::string& id) const {
+    auto [first, last] = byId_.equal_range(id);
+    if (first != last && std::next(first) == last) {
+        return first->second;
+    }
     const int index = indexOf(id);
     return index < 0 ? nullptr : order_[static_cast<size_t>(index)];
 }
@@ -23,7 +27,7 @@ int PlacementList::indexOf(const std::string& id) const {
         return -1;
     }
     if (std::next(first) == last) {
-        return indexOfPlacement(first->second);
+        return indexOfPlacement(first->second.get());
     }
     auto found = std::find_if(order_.begin(), order_.end(),
                               [&id](const Placement& placement) { return placement->id() == id; });
@@ -43,7 +47,7 @@ bool PlacementList::insert(int index, Placement placement) {
     if (index > count || index < -1) {
         return false;
     }
-    byId_.emplace(placement->id(), placement.get());
+    byId_.emplace(placement->id(), placement);
     auto before = index == -1 ? order_.end() : order_.begin() + index;
     order_.insert(before, std::move(placement));
     return true;
@@ -72,16 +76,19 @@ void PlacementList::refile(const MePlayList& placement, const std::string& previ
     if (placement.id() == previousId) {
         return;
     }
-    unfile(previousId, &placement);
-    byId_.emplace(placement.id(), &placement);
+    if (Placement filed = unfile(previousId, &placement)) {
+        byId_.emplace(placement.id(), std::move(filed));
+    }
 }
 
-void PlacementList::unfile(const std::string& id, const MePlayList* placement) {
+PlacementList::Placement PlacementList::unfile(const std::string& id, const MePlayList* placement) {
     auto [first, last] = byId_.equal_range(id);
     for (auto entry = first; entry != last; ++entry) {
-        if (entry->second == placement) {
+        if (entry->second.get() == placement) {
+            Placement filed = std::move(entry->second);
             byId_.erase(entry);
-            return;
+            return filed;
         }
     }
+    return nullptr;
 }

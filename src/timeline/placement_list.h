@@ -44,8 +44,10 @@ class PlacementList {
 
   private:
     int indexOfPlacement(const MePlayList* placement) const;
-    void unfile(const std::string& id, const MePlayList* placement);
+    // Takes the placement out of the identifier index; none when it was not
+    // filed under id.
+    Placement unfile(const std::string& id, const MePlayList* placement);
 
     std::vector<Placement> order_;
-    std::unordered_multimap<std::string, const MePlayList*> byId_;
+    std::unordered_multimap<std::string, Placement> byId_;
 };

@@ -16,7 +16,7 @@ const char kDeleteFilterFailedLog[] =
 std::string readCount(CParseJson& json, const char* key) {
     std::string count;
     if (!json.getString(key, count) || count.empty()) {
-        return modelkind::kZero;
+        return std::string(modelkind::kZero);
     }
     return count;
 }

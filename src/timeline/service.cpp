@@ -9,7 +9,7 @@ namespace {
 std::string readPoint(CParseJson& json, const char* key) {
     std::string point;
     if (!json.getString(key, point) || point.empty()) {
-        return modelkind::kUnset;
+        return std::string(modelkind::kUnset);
     }
     return point;
 }
