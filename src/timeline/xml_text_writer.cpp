@@ -59,23 +59,37 @@ Escapes attributeEscapes() {
 const Escapes kTextEscapes = textEscapes();
 const Escapes kAttributeEscapes = attributeEscapes();
 
-// Values are short and mostly plain: one pass copies them byte by byte into
-// room made for the worst case, then gives back what it did not use.
-void appendEscaped(TextBuffer& out, std::string_view value, const Escapes& escapes) {
-    const size_t room = value.size() * kLongestEscape;
+// Copies one block of a value, escaped, into room made for the worst case,
+// then gives back what it did not use. False when the block held a NUL.
+bool appendEscapedBlock(TextBuffer& out, std::string_view block, const Escapes& escapes) {
+    const size_t room = block.size() * kLongestEscape;
     char* const start = out.extend(room);
     char* at = start;
-    for (const char byte : value) {
+    bool whole = true;
+    for (const char byte : block) {
         const auto code = static_cast<unsigned char>(byte);
         if (escapes.plain[code]) {
             *at++ = byte;
         } else if (code == 0) {
+            whole = false;
             break;
         } else {
             at = std::copy(escapes.replacement[code].begin(), escapes.replacement[code].end(), at);
         }
     }
     out.takeBack(room - static_cast<size_t>(at - start));
+    return whole;
+}
+
+// Values are short and mostly plain, so they are copied byte by byte; a long
+// one goes a block at a time, never asking for six times its size at once.
+void appendEscaped(TextBuffer& out, std::string_view value, const Escapes& escapes) {
+    constexpr size_t kBlock = 4096;
+    for (size_t from = 0; from < value.size(); from += kBlock) {
+        if (!appendEscapedBlock(out, value.substr(from, kBlock), escapes)) {
+            return;
+        }
+    }
 }
 
 }  // namespace

@@ -72,6 +72,17 @@ TEST(XmlTextWriter, EscapesAndIndentsAsLibxml2Saves) {
              sink.text("\xf0\x9f\x98\x80 \xc3");
              sink.end();
          }},
+        {"values longer than a block",
+         [&](XmlSink& sink) {
+             std::string longValue;
+             for (int copy = 0; copy < 40; ++copy) {
+                 longValue += bytes.substr(0, 255);
+             }
+             sink.begin("r");
+             sink.attribute("a", longValue);
+             sink.text(longValue + std::string(1, '\0') + longValue);
+             sink.end();
+         }},
         {"deeper than the indentation goes",
          [](XmlSink& sink) {
              for (int level = 0; level < 40; ++level) {
