@@ -1,5 +1,6 @@
 #include "framework/undo_history.h"
 
+#include <algorithm>
 #include <tuple>
 
 namespace {
@@ -34,7 +35,42 @@ MapChanges<Map> compareMaps(const Map& before, const Map& after) {
 }
 
 template <class Map>
-void applyMapChanges(Map& target, const MapChanges<Map>& changes, bool forward) {
+typename Map::mapped_type entryAt(const Map& map, const std::string& key) {
+    auto found = map.find(key);
+    return found == map.end() ? nullptr : found->second;
+}
+
+template <class Map>
+MapChanges<Map> compareKeys(const Map& before, const Map& after, std::vector<std::string> keys) {
+    std::sort(keys.begin(), keys.end());
+    keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+    MapChanges<Map> changes;
+    for (std::string& key : keys) {
+        auto was = entryAt(before, key);
+        auto is = entryAt(after, key);
+        if (was != is) {
+            changes.emplace_back(std::move(key), std::move(was), std::move(is));
+        }
+    }
+    return changes;
+}
+
+// Which way a comparison with the live project runs.
+enum class Towards { Live, Stored };
+
+// Entries the live container did not note as changed still match the stored
+// state, so only the noted ones are compared.
+template <class Object>
+auto compareWithLive(const typename TrackedMap<Object>::Map& stored, const TrackedMap<Object>& live,
+                     Towards towards) {
+    const auto& before = towards == Towards::Live ? stored : live.entries();
+    const auto& after = towards == Towards::Live ? live.entries() : stored;
+    return live.allChanged() ? compareMaps(before, after)
+                             : compareKeys(before, after, live.changedKeys());
+}
+
+template <class Target, class Changes>
+void applyMapChanges(Target& target, const Changes& changes, bool forward) {
     for (const auto& [key, before, after] : changes) {
         const auto& value = forward ? after : before;
         if (value) {
@@ -47,24 +83,12 @@ void applyMapChanges(Map& target, const MapChanges<Map>& changes, bool forward) 
 
 }  // namespace
 
-// The five containers of a state, wherever they live: in the live project or
-// in the history's copy of the current state.
-struct UndoHistory::State {
-    MeProject::Tracks& videoTracks;
-    MeProject::Tracks& audioTracks;
-    MeProject::TransitionMap& transitions;
-    MeProject::FilterList& mainFilters;
-    MeProject::Clips& clips;
-};
-
 struct UndoHistory::StoredState {
     MeProject::Tracks videoTracks;
     MeProject::Tracks audioTracks;
     MeProject::TransitionMap transitions;
     MeProject::FilterList mainFilters;
     MeProject::Clips clips;
-
-    State view() { return {videoTracks, audioTracks, transitions, mainFilters, clips}; }
 };
 
 struct UndoHistory::Changes {
@@ -78,26 +102,47 @@ struct UndoHistory::Changes {
     MeProject::FilterList filtersAfter;
     MapChanges<MeProject::Clips> clips;
 
-    Changes(const State& before, const State& after)
-        : videoTracks(compareMaps(before.videoTracks, after.videoTracks)),
-          audioTracks(compareMaps(before.audioTracks, after.audioTracks)),
-          transitions(compareMaps(before.transitions, after.transitions)),
-          filtersChanged(before.mainFilters != after.mainFilters),
-          clips(compareMaps(before.clips, after.clips)) {
+    // What differs between the stored state and the live project, seen from
+    // one towards the other.
+    Changes(const StoredState& stored, const MeProject& live, Towards towards)
+        : videoTracks(compareWithLive(stored.videoTracks, live.videoTracks_, towards)),
+          audioTracks(compareWithLive(stored.audioTracks, live.audioTracks_, towards)),
+          transitions(compareWithLive(stored.transitions, live.transitions_, towards)),
+          filtersChanged(stored.mainFilters != live.mainFilters_),
+          clips(compareWithLive(stored.clips, live.clips_, towards)) {
         if (filtersChanged) {
-            filtersBefore = before.mainFilters;
-            filtersAfter = after.mainFilters;
+            filtersBefore = towards == Towards::Live ? stored.mainFilters : live.mainFilters_;
+            filtersAfter = towards == Towards::Live ? live.mainFilters_ : stored.mainFilters;
         }
     }
 
-    void applyTo(State target, bool forward) const {
-        applyMapChanges(target.videoTracks, videoTracks, forward);
-        applyMapChanges(target.audioTracks, audioTracks, forward);
-        applyMapChanges(target.transitions, transitions, forward);
+    void applyTo(StoredState& target, bool forward) const {
+        applyTo(target.videoTracks, target.audioTracks, target.transitions, target.mainFilters,
+                target.clips, forward);
+    }
+
+    void applyTo(MeProject& target, bool forward) const {
+        applyTo(target.videoTracks_, target.audioTracks_, target.transitions_, target.mainFilters_,
+                target.clips_, forward);
+    }
+
+    // The stored state's containers are plain maps, the live project's are
+    // tracked ones; both take the changes the same way.
+    template <class Tracks, class Transitions, class Clips>
+    void applyTo(Tracks& videoTracksTarget, Tracks& audioTracksTarget,
+                 Transitions& transitionsTarget, MeProject::FilterList& filtersTarget,
+                 Clips& clipsTarget, bool forward) const {
+        applyMapChanges(videoTracksTarget, videoTracks, forward);
+        applyMapChanges(audioTracksTarget, audioTracks, forward);
+        applyMapChanges(transitionsTarget, transitions, forward);
+        applyFilters(filtersTarget, forward);
+        applyMapChanges(clipsTarget, clips, forward);
+    }
+
+    void applyFilters(MeProject::FilterList& target, bool forward) const {
         if (filtersChanged) {
-            target.mainFilters = forward ? filtersAfter : filtersBefore;
+            target = forward ? filtersAfter : filtersBefore;
         }
-        applyMapChanges(target.clips, clips, forward);
     }
 };
 
@@ -105,36 +150,41 @@ UndoHistory::UndoHistory() : current_(std::make_unique<StoredState>()) {}
 
 UndoHistory::~UndoHistory() = default;
 
-UndoHistory::State UndoHistory::liveState(MeProject& project) {
-    return {project.videoTracks_, project.audioTracks_, project.transitions_, project.mainFilters_,
-            project.clips_};
+void UndoHistory::forgetChanges(MeProject& project) {
+    project.videoTracks_.forgetChanges();
+    project.audioTracks_.forgetChanges();
+    project.transitions_.forgetChanges();
+    project.clips_.forgetChanges();
 }
 
-int UndoHistory::recordPoint(const MeProject& project) {
+int UndoHistory::recordPoint(MeProject& project) {
     if (!points_.empty() && index_ < size() - 1) {
         points_.resize(static_cast<size_t>(index_ + 1));
     }
-    // Only reads the project: the comparison takes its containers as they are.
-    auto changes =
-        std::make_unique<Changes>(current_->view(), liveState(const_cast<MeProject&>(project)));
-    changes->applyTo(current_->view(), true);
+    auto changes = std::make_unique<Changes>(*current_, project, Towards::Live);
+    changes->applyTo(*current_, true);
+    forgetChanges(project);
     points_.push_back(std::move(changes));
     ++index_;
     return index_;
 }
 
 void UndoHistory::bringBack(MeProject& project) {
-    Changes(liveState(project), current_->view()).applyTo(liveState(project), true);
+    Changes(*current_, project, Towards::Stored).applyTo(project, true);
+}
+
+void UndoHistory::step(MeProject& project, const Changes& changes, bool forward) {
+    bringBack(project);
+    changes.applyTo(project, forward);
+    changes.applyTo(*current_, forward);
+    forgetChanges(project);
 }
 
 bool UndoHistory::undo(MeProject& project) {
     if (points_.empty() || index_ <= 0) {
         return false;
     }
-    bringBack(project);
-    const Changes& step = *points_[static_cast<size_t>(index_)];
-    step.applyTo(liveState(project), false);
-    step.applyTo(current_->view(), false);
+    step(project, *points_[static_cast<size_t>(index_)], false);
     --index_;
     return true;
 }
@@ -143,10 +193,7 @@ bool UndoHistory::redo(MeProject& project) {
     if (points_.empty() || index_ >= size() - 1) {
         return false;
     }
-    bringBack(project);
     ++index_;
-    const Changes& step = *points_[static_cast<size_t>(index_)];
-    step.applyTo(liveState(project), true);
-    step.applyTo(current_->view(), true);
+    step(project, *points_[static_cast<size_t>(index_)], true);
     return true;
 }

@@ -5,8 +5,9 @@
 //
 // Each recorded point keeps only the entries that changed since the point
 // before it, and the history keeps one copy of the state at the current
-// index. Recording is a comparison walk and stepping applies the changes, so
-// neither costs a copy of the whole timeline however long the history grows.
+// index. The project notes which entries its edits touch; recording compares
+// only those, and stepping applies the recorded changes, so neither costs
+// more than the edits changed, however long the timeline or the history.
 #pragma once
 
 #include <memory>
@@ -22,7 +23,7 @@ class UndoHistory {
 
     // Records the project as it is now as the newest state, after dropping
     // the states that an undo stepped back over. Returns the new index.
-    int recordPoint(const MeProject& project);
+    int recordPoint(MeProject& project);
     // Steps back one state and puts it into the project; false (and the
     // project unchanged) when there is no earlier state.
     bool undo(MeProject& project);
@@ -35,14 +36,16 @@ class UndoHistory {
     int size() const { return static_cast<int>(points_.size()); }
 
   private:
-    struct State;
     struct StoredState;
     struct Changes;
 
-    static State liveState(MeProject& project);
     // Makes the live project hold exactly the state at the current index,
     // whatever it was edited to without recording.
     void bringBack(MeProject& project);
+    // Applies a step both to the live project and to the stored state.
+    void step(MeProject& project, const Changes& changes, bool forward);
+    // The live project and the stored state now match entry for entry.
+    static void forgetChanges(MeProject& project);
 
     std::vector<std::unique_ptr<Changes>> points_;
     std::unique_ptr<StoredState> current_;

@@ -50,21 +50,52 @@ bool commitTemporaryFile(const std::string& temporary, const std::string& target
     return true;
 }
 
-bool writeFileDurably(const std::string& target, const std::string& bytes) {
-    const std::string temporary = temporaryPathBeside(target);
-    FileDescriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
-    if (file.get() < 0) {
+bool writeFileDurably(const std::string& target, std::string_view bytes) {
+    DurableFileWriter file(target);
+    file.append(bytes);
+    return file.commit();
+}
+
+DurableFileWriter::DurableFileWriter(const std::string& target)
+    : target_(target), temporary_(temporaryPathBeside(target)) {
+    fd_ = ::open(temporary_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    failed_ = fd_ < 0;
+}
+
+DurableFileWriter::~DurableFileWriter() {
+    if (fd_ >= 0) {
+        abandon();
+    }
+}
+
+bool DurableFileWriter::append(std::string_view bytes) {
+    if (!failed_ && !writeAll(fd_, bytes)) {
+        failed_ = true;
+    }
+    return !failed_;
+}
+
+void DurableFileWriter::abandon() {
+    ::close(fd_);
+    fd_ = -1;
+    std::remove(temporary_.c_str());
+}
+
+bool DurableFileWriter::commit() {
+    if (failed_ || fd_ < 0) {
+        if (fd_ >= 0) {
+            abandon();
+        }
         return false;
     }
-    if (!writeAll(file.get(), bytes) || ::fsync(file.get()) != 0 || !file.close()) {
-        std::remove(temporary.c_str());
+    FileDescriptor file(fd_);
+    fd_ = -1;
+    if (::fsync(file.get()) != 0 || !file.close() ||
+        std::rename(temporary_.c_str(), target_.c_str()) != 0) {
+        std::remove(temporary_.c_str());
         return false;
     }
-    if (std::rename(temporary.c_str(), target.c_str()) != 0) {
-        std::remove(temporary.c_str());
-        return false;
-    }
-    syncDirectory(parentFolder(target));
+    syncDirectory(parentFolder(target_));
     return true;
 }
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace platform {
 
@@ -26,6 +27,32 @@ std::string parentFolder(const std::string& path);
 bool commitTemporaryFile(const std::string& temporary, const std::string& target);
 
 // Writes bytes to target through a synced temporary file.
-bool writeFileDurably(const std::string& target, const std::string& bytes);
+bool writeFileDurably(const std::string& target, std::string_view bytes);
+
+// The same for a file written in pieces as they are made, so that a large
+// document never has to be held whole: the pieces go to a temporary file
+// beside the target, and commit syncs it, renames it over the target and
+// syncs the folder. Without a commit the temporary file is removed and the
+// target stays as it was.
+class DurableFileWriter {
+  public:
+    explicit DurableFileWriter(const std::string& target);
+    ~DurableFileWriter();
+    DurableFileWriter(const DurableFileWriter&) = delete;
+    DurableFileWriter& operator=(const DurableFileWriter&) = delete;
+
+    // False once a piece could not be written; later pieces are dropped.
+    bool append(std::string_view bytes);
+    // False when anything failed; the target is then untouched.
+    bool commit();
+
+  private:
+    void abandon();
+
+    std::string target_;
+    std::string temporary_;
+    int fd_ = -1;
+    bool failed_ = false;
+};
 
 }  // namespace platform

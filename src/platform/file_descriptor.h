@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace platform {
 
@@ -21,7 +22,7 @@ class FileDescriptor {
 };
 
 // Writes all of bytes, retrying short and interrupted writes.
-bool writeAll(int fd, const std::string& bytes);
+bool writeAll(int fd, std::string_view bytes);
 
 // Keeps errno as the reason lastErrorText() gives, and answers false, so a
 // cleanup after a failure cannot overwrite the reason.

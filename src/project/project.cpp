@@ -37,7 +37,7 @@ void eraseFiltersWithId(MeProject::FilterList& filters, const std::string& filte
 }  // namespace
 
 std::shared_ptr<MeTractor> MeProject::findTrack(const std::string& trackId) const {
-    for (const Tracks* tracks : {&videoTracks_, &audioTracks_}) {
+    for (const Tracks* tracks : {&videoTracks(), &audioTracks()}) {
         auto found = tracks->find(trackId);
         if (found != tracks->end()) {
             return found->second;
@@ -128,8 +128,8 @@ bool MeProject::replaceClip(CParseJson& json, std::shared_ptr<MeClip> clip) {
             oldMedia = placement->mediaId();
         }
     }
-    auto existing = clips_.find(clip->id());
-    if (existing != clips_.end()) {
+    auto existing = clips().find(clip->id());
+    if (existing != clips().end()) {
         // The clip keeps its identity: other snapshots may share it.
         existing->second->initFromJson(json);
     } else {
@@ -214,7 +214,7 @@ bool MeProject::deleteTransition(CParseJson& json) {
         writeLog(kLogError, kTrackIdMissingLog);
         return false;
     }
-    for (const Tracks* tracks : {&videoTracks_, &audioTracks_}) {
+    for (const Tracks* tracks : {&videoTracks(), &audioTracks()}) {
         for (const auto& entry : *tracks) {
             if (entry.second->eraseTransition(transitionId)) {
                 return true;
@@ -318,9 +318,9 @@ void MeProject::copy(const MeProject& from, MeProject& to) {
     if (&from == &to) {
         return;
     }
-    to.videoTracks_ = from.videoTracks_;
-    to.audioTracks_ = from.audioTracks_;
-    to.transitions_ = from.transitions_;
+    to.videoTracks_.assign(from.videoTracks());
+    to.audioTracks_.assign(from.audioTracks());
+    to.transitions_.assign(from.transitions());
     to.mainFilters_ = from.mainFilters_;
-    to.clips_ = from.clips_;
+    to.clips_.assign(from.clips());
 }

@@ -11,10 +11,12 @@
 #include <string>
 
 #include "messages/parse_json.h"
+#include "project/tracked_map.h"
 #include "timeline/clip.h"
 #include "timeline/filter.h"
 #include "timeline/tractor.h"
 #include "timeline/transition.h"
+#include "timeline/xml_sink.h"
 
 class MeProject {
   public:
@@ -66,17 +68,23 @@ class MeProject {
     // The video track of that identifier, else the audio track, else none.
     std::shared_ptr<MeTractor> findTrack(const std::string& trackId) const;
 
-    const Tracks& videoTracks() const { return videoTracks_; }
-    const Tracks& audioTracks() const { return audioTracks_; }
-    const TransitionMap& transitions() const { return transitions_; }
+    const Tracks& videoTracks() const { return videoTracks_.entries(); }
+    const Tracks& audioTracks() const { return audioTracks_.entries(); }
+    const TransitionMap& transitions() const { return transitions_.entries(); }
     const FilterList& mainFilters() const { return mainFilters_; }
-    const Clips& clips() const { return clips_; }
+    const Clips& clips() const { return clips_.entries(); }
 
   private:
+    using TrackedTracks = TrackedMap<MeTractor>;
+
     void writeMultiFilterTimelines() const;
+    // "maintractor": every track stacked, the transitions between tracks and
+    // the timeline filters.
+    void writeMainTractor(XmlSink& document) const;
 
     // The history restores recorded states entry by entry rather than copying
-    // whole containers, so it edits them directly.
+    // whole containers, and reads which entries changed since its last look,
+    // so it edits the containers directly.
     friend class UndoHistory;
 
     bool placeClip(CParseJson& json, std::shared_ptr<MeClip> clip);
@@ -84,9 +92,9 @@ class MeProject {
     bool addTransition(CParseJson& json, bool replace);
     void eraseClipsOf(const MeTractor& track);
 
-    Tracks videoTracks_;
-    Tracks audioTracks_;
-    TransitionMap transitions_;
+    TrackedTracks videoTracks_;
+    TrackedTracks audioTracks_;
+    TrackedMap<MeTransition> transitions_;
     FilterList mainFilters_;
-    Clips clips_;
+    TrackedMap<MeClip> clips_;
 };

@@ -3,6 +3,7 @@
 #include "timeline/decimal_text.h"
 #include "timeline/model_names.h"
 #include "timeline/xml_tree.h"
+#include "timeline/xml_tree_builder.h"
 
 namespace {
 
@@ -41,20 +42,28 @@ bool MeClip::initFromJsonText(const std::string& text) {
     return initFromParsedText(*this, text);
 }
 
+void MeClip::writeMltXml(XmlSink& sink) const {
+    beginMltElement(sink);
+    sink.end();
+}
+
 xmlNodePtr MeClip::writeMltXml(xmlNodePtr parent) const {
-    xmlNodePtr producer = service_.writeMltElement(parent, false);
+    return writeUnder(parent, [this](XmlSink& sink) { writeMltXml(sink); });
+}
+
+void MeClip::beginMltElement(XmlSink& sink) const {
+    service_.writeMltElement(sink, false);
     if (length_ > 0) {
-        xmltree::appendMltProperty(producer, mltxml::kLengthProperty, decimalText(length_));
+        sink.mltProperty(mltxml::kLengthProperty, decimalText(length_));
     }
-    xmltree::appendMltProperty(producer, mltxml::kResourceProperty, resource_);
-    xmltree::appendMltProperty(producer, mltxml::kMltServiceProperty, mltService_);
+    sink.mltProperty(mltxml::kResourceProperty, resource_);
+    sink.mltProperty(mltxml::kMltServiceProperty, mltService_);
     // A video clip plays no sound and an audio clip shows no picture.
     if (mediaType_ == modelkind::kVideo) {
-        xmltree::appendMltProperty(producer, mltxml::kAudioIndexProperty, modelkind::kUnset);
+        sink.mltProperty(mltxml::kAudioIndexProperty, modelkind::kUnset);
     } else if (mediaType_ == modelkind::kAudio) {
-        xmltree::appendMltProperty(producer, mltxml::kVideoIndexProperty, modelkind::kUnset);
+        sink.mltProperty(mltxml::kVideoIndexProperty, modelkind::kUnset);
     }
-    return producer;
 }
 
 bool MeClip::readXml(xmlNodePtr clip) {
@@ -73,19 +82,24 @@ bool MeClip::readXml(xmlNodePtr clip) {
     return true;
 }
 
-bool MeClip::writeXml(xmlNodePtr parent) const {
-    writeXmlElement(parent, projectxml::kClip);
+bool MeClip::writeXml(XmlSink& sink) const {
+    beginXmlElement(sink, projectxml::kClip);
+    sink.end();
     return true;
 }
 
-xmlNodePtr MeClip::writeXmlElement(xmlNodePtr parent, const char* name) const {
-    xmlNodePtr clip = xmltree::appendElement(parent, name);
-    service_.writeXml(clip);
+bool MeClip::writeXml(xmlNodePtr parent) const {
+    writeUnder(parent, [this](XmlSink& sink) { writeXml(sink); });
+    return true;
+}
+
+void MeClip::beginXmlElement(XmlSink& sink, const char* name) const {
+    sink.begin(name);
+    service_.writeXml(sink);
     if (length_ > 0) {
-        xmltree::appendText(clip, projectxml::kLength, decimalText(length_));
+        sink.textElement(projectxml::kLength, decimalText(length_));
     }
-    xmltree::appendText(clip, projectxml::kMltService, mltService_);
-    xmltree::appendText(clip, projectxml::kResource, resource_);
-    xmltree::appendText(clip, projectxml::kType, mediaType_);
-    return clip;
+    sink.textElement(projectxml::kMltService, mltService_);
+    sink.textElement(projectxml::kResource, resource_);
+    sink.textElement(projectxml::kType, mediaType_);
 }

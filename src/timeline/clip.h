@@ -8,6 +8,7 @@
 
 #include "messages/parse_json.h"
 #include "timeline/service.h"
+#include "timeline/xml_sink.h"
 
 class MeClip {
   public:
@@ -18,11 +19,13 @@ class MeClip {
     // "_p" appended so the producer and its placement differ in MLT XML.
     virtual bool initFromJson(CParseJson& json);
     virtual bool initFromJsonText(const std::string& text);
-    // Appends the "producer" element and returns it.
-    virtual xmlNodePtr writeMltXml(xmlNodePtr parent) const;
+    // The "producer" element; the tree form returns it.
+    virtual void writeMltXml(XmlSink& sink) const;
+    xmlNodePtr writeMltXml(xmlNodePtr parent) const;
     // The project-file element.
     virtual bool readXml(xmlNodePtr clip);
-    virtual bool writeXml(xmlNodePtr parent) const;
+    virtual bool writeXml(XmlSink& sink) const;
+    bool writeXml(xmlNodePtr parent) const;
 
     const MeService& service() const { return service_; }
     const std::string& id() const { return service_.id(); }
@@ -34,8 +37,10 @@ class MeClip {
     int length() const { return length_; }
 
   protected:
-    // Appends an element of the given name holding the clip's children.
-    xmlNodePtr writeXmlElement(xmlNodePtr parent, const char* name) const;
+    // Begin the element and write the clip's own content; the caller may add
+    // more before it ends the element.
+    void beginMltElement(XmlSink& sink) const;
+    void beginXmlElement(XmlSink& sink, const char* name) const;
 
   private:
     MeService service_;

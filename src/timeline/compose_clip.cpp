@@ -80,21 +80,21 @@ bool MeComposeClip::initFromJson(CParseJson& json) {
     return true;
 }
 
-xmlNodePtr MeComposeClip::writeMltXml(xmlNodePtr parent) const {
-    xmlNodePtr producer = MeClip::writeMltXml(parent);
+void MeComposeClip::writeMltXml(XmlSink& sink) const {
+    beginMltElement(sink);
     for (const auto& [name, subClip] : subClips_) {
         const std::string prefix = kSubClipPropertyPrefix + name + ".";
-        xmltree::appendMltProperty(producer, prefix + kResourceSuffix, subClip.resource);
-        xmltree::appendMltProperty(producer, prefix + kTypeSuffix, subClip.type);
-        xmltree::appendMltProperty(producer, prefix + kInSuffix, subClip.in);
-        xmltree::appendMltProperty(producer, prefix + kOutSuffix, subClip.out);
-        xmltree::appendMltProperty(producer, prefix + kStartSuffix, subClip.start);
-        xmltree::appendMltProperty(producer, prefix + kEndSuffix, subClip.end);
-        xmltree::appendMltProperty(producer, prefix + kWidthSuffix, decimalText(subClip.width));
-        xmltree::appendMltProperty(producer, prefix + kHeightSuffix, decimalText(subClip.height));
-        xmltree::appendMltProperty(producer, prefix + kFpsSuffix, fixedSixText(subClip.fps));
+        sink.mltProperty(prefix + kResourceSuffix, subClip.resource);
+        sink.mltProperty(prefix + kTypeSuffix, subClip.type);
+        sink.mltProperty(prefix + kInSuffix, subClip.in);
+        sink.mltProperty(prefix + kOutSuffix, subClip.out);
+        sink.mltProperty(prefix + kStartSuffix, subClip.start);
+        sink.mltProperty(prefix + kEndSuffix, subClip.end);
+        sink.mltProperty(prefix + kWidthSuffix, decimalText(subClip.width));
+        sink.mltProperty(prefix + kHeightSuffix, decimalText(subClip.height));
+        sink.mltProperty(prefix + kFpsSuffix, fixedSixText(subClip.fps));
     }
-    return producer;
+    sink.end();
 }
 
 bool MeComposeClip::readXml(xmlNodePtr clip) {
@@ -116,20 +116,24 @@ void MeComposeClip::readSubClips(xmlNodePtr subClips) {
     }
 }
 
-bool MeComposeClip::writeXml(xmlNodePtr parent) const {
-    xmlNodePtr clip = writeXmlElement(parent, projectxml::kComposeClip);
-    xmlNodePtr subClips = xmltree::appendElement(clip, projectxml::kSubClips);
+bool MeComposeClip::writeXml(XmlSink& sink) const {
+    beginXmlElement(sink, projectxml::kComposeClip);
+    sink.begin(projectxml::kSubClips);
     for (const auto& [name, subClip] : subClips_) {
-        xmlNodePtr node = xmltree::appendText(subClips, projectxml::kSubClip, subClip.resource);
-        xmltree::setAttribute(node, projectxml::kNameAttribute, subClip.name);
-        xmltree::setAttribute(node, projectxml::kTypeAttribute, subClip.type);
-        xmltree::setAttribute(node, projectxml::kInAttribute, subClip.in);
-        xmltree::setAttribute(node, projectxml::kOutAttribute, subClip.out);
-        xmltree::setAttribute(node, projectxml::kStartAttribute, subClip.start);
-        xmltree::setAttribute(node, projectxml::kEndAttribute, subClip.end);
-        xmltree::setAttribute(node, projectxml::kWidthAttribute, decimalText(subClip.width));
-        xmltree::setAttribute(node, projectxml::kHeightAttribute, decimalText(subClip.height));
-        xmltree::setAttribute(node, projectxml::kFpsAttribute, fixedSixText(subClip.fps));
+        sink.begin(projectxml::kSubClip);
+        sink.attribute(projectxml::kNameAttribute, subClip.name);
+        sink.attribute(projectxml::kTypeAttribute, subClip.type);
+        sink.attribute(projectxml::kInAttribute, subClip.in);
+        sink.attribute(projectxml::kOutAttribute, subClip.out);
+        sink.attribute(projectxml::kStartAttribute, subClip.start);
+        sink.attribute(projectxml::kEndAttribute, subClip.end);
+        sink.attribute(projectxml::kWidthAttribute, decimalText(subClip.width));
+        sink.attribute(projectxml::kHeightAttribute, decimalText(subClip.height));
+        sink.attribute(projectxml::kFpsAttribute, fixedSixText(subClip.fps));
+        sink.text(subClip.resource);
+        sink.end();
     }
+    sink.end();
+    sink.end();
     return true;
 }

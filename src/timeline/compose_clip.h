@@ -28,10 +28,12 @@ class MeComposeClip : public MeClip {
 
     // The clip's fields, then "SubClips"; a repeated name replaces the earlier.
     bool initFromJson(CParseJson& json) override;
-    xmlNodePtr writeMltXml(xmlNodePtr parent) const override;
+    using MeClip::writeMltXml;
+    void writeMltXml(XmlSink& sink) const override;
     // "ComposeClip" with a "SubClips" child; a repeated name keeps the earlier.
     bool readXml(xmlNodePtr clip) override;
-    bool writeXml(xmlNodePtr parent) const override;
+    using MeClip::writeXml;
+    bool writeXml(XmlSink& sink) const override;
 
     const std::map<std::string, MeSubClip>& subClips() const { return subClips_; }
 

@@ -56,9 +56,9 @@ bool MeEffect::applyTo(mlt_properties properties) const {
     return true;
 }
 
-void MeEffect::writeMltProperties(xmlNodePtr node) const {
+void MeEffect::writeMltProperties(XmlSink& sink) const {
     for (const auto& [name, value] : properties_) {
-        xmltree::appendMltProperty(node, name, value);
+        sink.mltProperty(name, value);
     }
 }
 
@@ -75,13 +75,16 @@ bool MeEffect::readXml(xmlNodePtr effect) {
     return true;
 }
 
-bool MeEffect::writeXml(xmlNodePtr parent) const {
-    xmlNodePtr effect = xmltree::appendElement(parent, projectxml::kEffect);
-    xmltree::appendText(effect, projectxml::kEffectName, name_);
-    xmltree::appendText(effect, projectxml::kType, decimalText(type_));
+bool MeEffect::writeXml(XmlSink& sink) const {
+    sink.begin(projectxml::kEffect);
+    sink.textElement(projectxml::kEffectName, name_);
+    sink.textElement(projectxml::kType, decimalText(type_));
     for (const auto& [name, value] : properties_) {
-        xmlNodePtr property = xmltree::appendText(effect, projectxml::kProperty, value);
-        xmltree::setAttribute(property, projectxml::kNameAttribute, name);
+        sink.begin(projectxml::kProperty);
+        sink.attribute(projectxml::kNameAttribute, name);
+        sink.text(value);
+        sink.end();
     }
+    sink.end();
     return true;
 }

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "messages/parse_json.h"
+#include "timeline/xml_sink.h"
 
 class MeEffect {
   public:
@@ -30,12 +31,12 @@ class MeEffect {
     bool mergeJsonProperties(CParseJson& json);
     // Sets every property on an MLT service, in name order.
     bool applyTo(mlt_properties properties) const;
-    // Appends one MLT "property" child per property.
-    void writeMltProperties(xmlNodePtr node) const;
+    // Writes one MLT "property" child per property.
+    void writeMltProperties(XmlSink& sink) const;
 
     // The project-file "Effect" element.
     bool readXml(xmlNodePtr effect);
-    bool writeXml(xmlNodePtr parent) const;
+    bool writeXml(XmlSink& sink) const;
 
   private:
     // Adds a property from an element with a "name" attribute; the first value

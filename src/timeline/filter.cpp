@@ -4,6 +4,7 @@
 #include "timeline/effect_catalogue.h"
 #include "timeline/model_names.h"
 #include "timeline/xml_tree.h"
+#include "timeline/xml_tree_builder.h"
 
 MeFilter::MeFilter() : service_(mltxml::kFilter) {}
 
@@ -26,8 +27,14 @@ bool MeFilter::initFromJsonText(const std::string& text) {
     return initFromParsedText(*this, text);
 }
 
+void MeFilter::writeMltXml(XmlSink& sink, bool withInOut) const {
+    service_.writeMltElement(sink, withInOut);
+    effect_.writeMltProperties(sink);
+    sink.end();
+}
+
 void MeFilter::writeMltXml(xmlNodePtr parent, bool withInOut) const {
-    effect_.writeMltProperties(service_.writeMltElement(parent, withInOut));
+    writeUnder(parent, [&](XmlSink& sink) { writeMltXml(sink, withInOut); });
 }
 
 bool MeFilter::readXml(xmlNodePtr filter) {
@@ -44,11 +51,17 @@ bool MeFilter::readXml(xmlNodePtr filter) {
     return true;
 }
 
+bool MeFilter::writeXml(XmlSink& sink) const {
+    sink.begin(projectxml::kFilter);
+    service_.writeXml(sink);
+    sink.textElement(projectxml::kTrackId, trackId_);
+    sink.textElement(projectxml::kIndex, decimalText(index_));
+    effect_.writeXml(sink);
+    sink.end();
+    return true;
+}
+
 bool MeFilter::writeXml(xmlNodePtr parent) const {
-    xmlNodePtr filter = xmltree::appendElement(parent, projectxml::kFilter);
-    service_.writeXml(filter);
-    xmltree::appendText(filter, projectxml::kTrackId, trackId_);
-    xmltree::appendText(filter, projectxml::kIndex, decimalText(index_));
-    effect_.writeXml(filter);
+    writeUnder(parent, [this](XmlSink& sink) { writeXml(sink); });
     return true;
 }

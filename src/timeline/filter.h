@@ -9,6 +9,7 @@
 #include "messages/parse_json.h"
 #include "timeline/effect.h"
 #include "timeline/service.h"
+#include "timeline/xml_sink.h"
 
 class MeFilter {
   public:
@@ -19,10 +20,12 @@ class MeFilter {
     // effect is copied and the JSON "Property" object merged into it.
     virtual bool initFromJson(CParseJson& json);
     virtual bool initFromJsonText(const std::string& text);
-    virtual void writeMltXml(xmlNodePtr parent, bool withInOut) const;
+    virtual void writeMltXml(XmlSink& sink, bool withInOut) const;
+    void writeMltXml(xmlNodePtr parent, bool withInOut) const;
 
     // The project-file "Filter" element.
     bool readXml(xmlNodePtr filter);
+    bool writeXml(XmlSink& sink) const;
     bool writeXml(xmlNodePtr parent) const;
 
     const MeService& service() const { return service_; }

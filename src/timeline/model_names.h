@@ -3,6 +3,8 @@
 // element and property names of MLT XML. Each text appears here once.
 #pragma once
 
+#include <string_view>
+
 namespace jsonkey {
 inline constexpr char kId[] = "ID";
 inline constexpr char kIn[] = "In";
@@ -141,17 +143,19 @@ inline constexpr char kMainTractorId[] = "maintractor";
 inline constexpr char kInterfaceTractorId[] = "interface_tractor";
 }  // namespace mltxml
 
-// Kinds of tracks and media that change how the model writes itself.
+// Kinds of tracks and media that change how the model writes itself, and
+// the values that mean "none". Writers compare fields with them for every
+// object they write: as views, a comparison starts with the sizes.
 namespace modelkind {
-inline constexpr char kComposite[] = "composite";
-inline constexpr char kVideoOnly[] = "video_only";
-inline constexpr char kAudioOnly[] = "audio_only";
-inline constexpr char kAudio[] = "audio";
-inline constexpr char kVideo[] = "video";
-inline constexpr char kWebvfxFilter[] = "webvfxfilter";
+inline constexpr std::string_view kComposite = "composite";
+inline constexpr std::string_view kVideoOnly = "video_only";
+inline constexpr std::string_view kAudioOnly = "audio_only";
+inline constexpr std::string_view kAudio = "audio";
+inline constexpr std::string_view kVideo = "video";
+inline constexpr std::string_view kWebvfxFilter = "webvfxfilter";
 // The two audio tracks whose placements are found by identifier, not index.
-inline constexpr char kAudioTrack0[] = "AudioTrack0";
-inline constexpr char kAudioTrack1[] = "AudioTrack1";
-inline constexpr char kUnset[] = "-1";
-inline constexpr char kZero[] = "0";
+inline constexpr std::string_view kAudioTrack0 = "AudioTrack0";
+inline constexpr std::string_view kAudioTrack1 = "AudioTrack1";
+inline constexpr std::string_view kUnset = "-1";
+inline constexpr std::string_view kZero = "0";
 }  // namespace modelkind

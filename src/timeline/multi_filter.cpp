@@ -4,6 +4,7 @@
 #include "timeline/decimal_text.h"
 #include "timeline/model_names.h"
 #include "timeline/xml_tree.h"
+#include "timeline/xml_tree_builder.h"
 
 namespace {
 
@@ -100,16 +101,22 @@ void MeMultiFilter::readMultiEffect(xmlNodePtr multiEffect) {
     }
 }
 
+bool MeMultiFilter::writeXml(XmlSink& sink) const {
+    sink.begin(projectxml::kMultiFilter);
+    service_.writeXml(sink);
+    sink.textElement(projectxml::kTrackId, trackId_);
+    sink.textElement(projectxml::kIndex, decimalText(index_));
+    sink.textElement(projectxml::kXmlFile, xmlFile_);
+    sink.begin(projectxml::kMultiEffect);
+    sink.textElement(projectxml::kEffectName, effect_.name);
+    sink.textElement(projectxml::kType, decimalText(effect_.type));
+    sink.textElement(projectxml::kActionMessage, toStyledJson(effect_.commands.root()));
+    sink.end();
+    sink.end();
+    return true;
+}
+
 bool MeMultiFilter::writeXml(xmlNodePtr parent) const {
-    xmlNodePtr multiFilter = xmltree::appendElement(parent, projectxml::kMultiFilter);
-    service_.writeXml(multiFilter);
-    xmltree::appendText(multiFilter, projectxml::kTrackId, trackId_);
-    xmltree::appendText(multiFilter, projectxml::kIndex, decimalText(index_));
-    xmltree::appendText(multiFilter, projectxml::kXmlFile, xmlFile_);
-    xmlNodePtr multiEffect = xmltree::appendElement(multiFilter, projectxml::kMultiEffect);
-    xmltree::appendText(multiEffect, projectxml::kEffectName, effect_.name);
-    xmltree::appendText(multiEffect, projectxml::kType, decimalText(effect_.type));
-    xmltree::appendText(multiEffect, projectxml::kActionMessage,
-                        toStyledJson(effect_.commands.root()));
+    writeUnder(parent, [this](XmlSink& sink) { writeXml(sink); });
     return true;
 }

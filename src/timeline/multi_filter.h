@@ -9,6 +9,7 @@
 #include "messages/parse_json.h"
 #include "timeline/effect_catalogue.h"
 #include "timeline/service.h"
+#include "timeline/xml_sink.h"
 
 class MeMultiFilter {
   public:
@@ -22,6 +23,7 @@ class MeMultiFilter {
 
     // The project-file "MultiFilter" element.
     bool readXml(xmlNodePtr multiFilter);
+    bool writeXml(XmlSink& sink) const;
     bool writeXml(xmlNodePtr parent) const;
 
     const MeService& service() const { return service_; }

@@ -4,6 +4,7 @@
 #include "timeline/decimal_text.h"
 #include "timeline/model_names.h"
 #include "timeline/xml_tree.h"
+#include "timeline/xml_tree_builder.h"
 
 namespace {
 
@@ -15,32 +16,25 @@ const char kDeleteFilterFailedLog[] =
 std::string readCount(CParseJson& json, const char* key) {
     std::string count;
     if (!json.getString(key, count) || count.empty()) {
-        return modelkind::kZero;
+        return std::string(modelkind::kZero);
     }
     return count;
 }
 
 }  // namespace
 
-MePlayList::MePlayList()
-    : repeat_(modelkind::kZero),
-      blankLength_(modelkind::kZero),
-      repeatHead_(modelkind::kZero),
-      headIn_(modelkind::kZero),
-      repeatTail_(modelkind::kZero),
-      tailOut_(modelkind::kZero),
-      service_(mltxml::kPlaylist) {}
+MePlayList::MePlayList() : repeat_(modelkind::kZero), service_(mltxml::kPlaylist) {}
 
 bool MePlayList::initFromJson(CParseJson& json) {
     if (!service_.initFromJson(json)) {
         return false;
     }
-    blankLength_ = readCount(json, jsonkey::kBlankLength);
+    timing_.blankLength = readCount(json, jsonkey::kBlankLength);
     repeat_ = readCount(json, jsonkey::kRepeat);
-    repeatHead_ = readCount(json, jsonkey::kRepeatHead);
-    headIn_ = repeatHead_ == modelkind::kZero ? modelkind::kZero : service_.in();
-    repeatTail_ = readCount(json, jsonkey::kRepeatTail);
-    tailOut_ = repeatTail_ == modelkind::kZero ? modelkind::kZero : service_.out();
+    timing_.repeatHead = readCount(json, jsonkey::kRepeatHead);
+    timing_.headIn = timing_.repeatHead == modelkind::kZero ? modelkind::kZero : service_.in();
+    timing_.repeatTail = readCount(json, jsonkey::kRepeatTail);
+    timing_.tailOut = timing_.repeatTail == modelkind::kZero ? modelkind::kZero : service_.out();
     return true;
 }
 
@@ -48,19 +42,28 @@ bool MePlayList::initFromJsonText(const std::string& text) {
     return initFromParsedText(*this, text);
 }
 
+void MePlayList::writeMltXml(XmlSink& sink) const {
+    writeMltXml(sink, timing_);
+}
+
 void MePlayList::writeMltXml(xmlNodePtr parent) const {
-    xmlNodePtr playlist = service_.writeMltElement(parent, false);
-    const int blank = decimalValue(blankLength_);
+    writeUnder(parent, [this](XmlSink& sink) { writeMltXml(sink); });
+}
+
+void MePlayList::writeMltXml(XmlSink& sink, const PlacementTiming& timing) const {
+    service_.writeMltElement(sink, false);
+    const int blank = decimalValue(timing.blankLength);
     if (blank > 0) {
-        xmltree::setAttribute(xmltree::appendElement(playlist, mltxml::kBlank),
-                              mltxml::kLengthAttribute, blankLength_);
+        sink.begin(mltxml::kBlank);
+        sink.attribute(mltxml::kLengthAttribute, timing.blankLength);
+        sink.end();
     }
-    if (repeatHead_ != modelkind::kZero) {
-        writeEntry(playlist, headIn_, headIn_, repeatHead_);
+    if (timing.repeatHead != modelkind::kZero) {
+        writeEntry(sink, timing.headIn, timing.headIn, timing.repeatHead);
     }
-    writeEntry(playlist, service_.in(), service_.out(), repeat_);
-    if (repeatTail_ != modelkind::kZero) {
-        writeEntry(playlist, tailOut_, tailOut_, repeatTail_);
+    writeEntry(sink, service_.in(), service_.out(), repeat_);
+    if (timing.repeatTail != modelkind::kZero) {
+        writeEntry(sink, timing.tailOut, timing.tailOut, timing.repeatTail);
     }
     // Filter ranges are relative to the clip; the playlist starts with the blank.
     for (MeFilter filter : filters_) {
@@ -70,21 +73,23 @@ void MePlayList::writeMltXml(xmlNodePtr parent) const {
             filter.service().setIn(decimalText(static_cast<long long>(in) + blank));
             filter.service().setOut(decimalText(static_cast<long long>(out) + blank));
         }
-        filter.writeMltXml(playlist, true);
+        filter.writeMltXml(sink, true);
     }
+    sink.end();
 }
 
-void MePlayList::writeEntry(xmlNodePtr playlist, const std::string& in, const std::string& out,
+void MePlayList::writeEntry(XmlSink& sink, const std::string& in, const std::string& out,
                             const std::string& repeat) const {
-    xmlNodePtr entry = xmltree::appendElement(playlist, mltxml::kEntry);
-    xmltree::setAttribute(entry, mltxml::kProducerAttribute, mediaId_);
+    sink.begin(mltxml::kEntry);
+    sink.attribute(mltxml::kProducerAttribute, mediaId_);
     if (in != modelkind::kUnset && out != modelkind::kUnset) {
-        xmltree::setAttribute(entry, mltxml::kInAttribute, in);
-        xmltree::setAttribute(entry, mltxml::kOutAttribute, out);
+        sink.attribute(mltxml::kInAttribute, in);
+        sink.attribute(mltxml::kOutAttribute, out);
     }
     if (repeat != modelkind::kZero) {
-        xmltree::setAttribute(entry, mltxml::kRepeatAttribute, repeat);
+        sink.attribute(mltxml::kRepeatAttribute, repeat);
     }
+    sink.end();
 }
 
 bool MePlayList::addFilter(CParseJson& json) {
@@ -122,22 +127,12 @@ bool MePlayList::deleteFilter(const std::string& filterId) {
 }
 
 bool MePlayList::setHeadRepeat(int frames) {
-    const int blank = decimalValue(blankLength_);
-    const long long remaining = static_cast<long long>(blank) - frames;
-    if (remaining < 0) {
-        blankLength_ = modelkind::kZero;
-        repeatHead_ = decimalText(blank);
-    } else {
-        blankLength_ = decimalText(remaining);
-        repeatHead_ = decimalText(frames);
-    }
-    headIn_ = service_.in();
+    timing_.setHeadRepeat(frames, service_.in());
     return true;
 }
 
 bool MePlayList::setTailRepeat(int frames) {
-    repeatTail_ = decimalText(frames);
-    tailOut_ = service_.out();
+    timing_.setTailRepeat(frames, service_.out());
     return true;
 }
 
@@ -149,10 +144,10 @@ std::string MePlayList::duration() const {
 bool MePlayList::readXml(xmlNodePtr playlist) {
     service_.readXml(playlist->children);
     const std::pair<const char*, std::string*> fields[] = {
-        {projectxml::kMediaId, &mediaId_}, {projectxml::kBlankLength, &blankLength_},
-        {projectxml::kRepeat, &repeat_},   {projectxml::kRepeatHead, &repeatHead_},
-        {projectxml::kHeadIn, &headIn_},   {projectxml::kRepeatTail, &repeatTail_},
-        {projectxml::kTailOut, &tailOut_},
+        {projectxml::kMediaId, &mediaId_},        {projectxml::kBlankLength, &timing_.blankLength},
+        {projectxml::kRepeat, &repeat_},          {projectxml::kRepeatHead, &timing_.repeatHead},
+        {projectxml::kHeadIn, &timing_.headIn},   {projectxml::kRepeatTail, &timing_.repeatTail},
+        {projectxml::kTailOut, &timing_.tailOut},
     };
     for (xmlNodePtr child = playlist->children; child != nullptr; child = child->next) {
         for (const auto& [name, field] : fields) {
@@ -177,27 +172,35 @@ bool MePlayList::readXml(xmlNodePtr playlist) {
     return true;
 }
 
-bool MePlayList::writeXml(xmlNodePtr parent) const {
-    xmlNodePtr playlist = xmltree::appendElement(parent, projectxml::kPlaylist);
-    service_.writeXml(playlist);
-    xmltree::appendText(playlist, projectxml::kMediaId, mediaId_);
-    xmltree::appendText(playlist, projectxml::kBlankLength, blankLength_);
-    xmltree::appendText(playlist, projectxml::kRepeat, repeat_);
-    xmltree::appendText(playlist, projectxml::kRepeatHead, repeatHead_);
-    xmltree::appendText(playlist, projectxml::kHeadIn, headIn_);
-    xmltree::appendText(playlist, projectxml::kRepeatTail, repeatTail_);
-    xmltree::appendText(playlist, projectxml::kTailOut, tailOut_);
+bool MePlayList::writeXml(XmlSink& sink) const {
+    sink.begin(projectxml::kPlaylist);
+    service_.writeXml(sink);
+    sink.textElement(projectxml::kMediaId, mediaId_);
+    sink.textElement(projectxml::kBlankLength, timing_.blankLength);
+    sink.textElement(projectxml::kRepeat, repeat_);
+    sink.textElement(projectxml::kRepeatHead, timing_.repeatHead);
+    sink.textElement(projectxml::kHeadIn, timing_.headIn);
+    sink.textElement(projectxml::kRepeatTail, timing_.repeatTail);
+    sink.textElement(projectxml::kTailOut, timing_.tailOut);
     if (!filters_.empty()) {
-        xmlNodePtr filters = xmltree::appendElement(playlist, projectxml::kFilters);
+        sink.begin(projectxml::kFilters);
         for (const MeFilter& filter : filters_) {
-            filter.writeXml(filters);
+            filter.writeXml(sink);
         }
+        sink.end();
     }
     if (!multiFilters_.empty()) {
-        xmlNodePtr multiFilters = xmltree::appendElement(playlist, projectxml::kMultiFilters);
+        sink.begin(projectxml::kMultiFilters);
         for (const auto& entry : multiFilters_) {
-            entry.second.writeXml(multiFilters);
+            entry.second.writeXml(sink);
         }
+        sink.end();
     }
+    sink.end();
+    return true;
+}
+
+bool MePlayList::writeXml(xmlNodePtr parent) const {
+    writeUnder(parent, [this](XmlSink& sink) { writeXml(sink); });
     return true;
 }

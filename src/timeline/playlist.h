@@ -12,7 +12,9 @@
 #include "messages/parse_json.h"
 #include "timeline/filter.h"
 #include "timeline/multi_filter.h"
+#include "timeline/placement_timing.h"
 #include "timeline/service.h"
+#include "timeline/xml_sink.h"
 
 class MePlayList {
   public:
@@ -22,9 +24,11 @@ class MePlayList {
     // Needs "ID"; the media identifier is set apart with setMediaId.
     virtual bool initFromJson(CParseJson& json);
     virtual bool initFromJsonText(const std::string& text);
-    // Appends the "playlist" element with its blank and entries, and writes
-    // the files of its multi-filters.
-    virtual void writeMltXml(xmlNodePtr parent) const;
+    // The "playlist" element with its blank, entries and filters.
+    virtual void writeMltXml(XmlSink& sink) const;
+    void writeMltXml(xmlNodePtr parent) const;
+    // The same with a main track's layout in place of the stored timing.
+    void writeMltXml(XmlSink& sink, const PlacementTiming& timing) const;
 
     bool addFilter(CParseJson& json);
     bool addMultiFilter(CParseJson& json);
@@ -35,16 +39,18 @@ class MePlayList {
     // The head eats into the blank, so the placement keeps its position.
     bool setHeadRepeat(int frames);
     bool setTailRepeat(int frames);
+    const PlacementTiming& timing() const { return timing_; }
 
     // out - in + 1, as decimal text.
     std::string duration() const;
 
     // The project-file "Playlist" element.
     bool readXml(xmlNodePtr playlist);
+    bool writeXml(XmlSink& sink) const;
     bool writeXml(xmlNodePtr parent) const;
 
     void setMediaId(const std::string& mediaId) { mediaId_ = mediaId; }
-    void setBlankLength(const std::string& blankLength) { blankLength_ = blankLength; }
+    void setBlankLength(const std::string& blankLength) { timing_.blankLength = blankLength; }
     const std::string& mediaId() const { return mediaId_; }
     const std::string& id() const { return service_.id(); }
     const std::string& in() const { return service_.in(); }
@@ -53,24 +59,20 @@ class MePlayList {
     const std::vector<MeFilter>& filters() const { return filters_; }
     const std::map<std::string, MeMultiFilter>& multiFilters() const { return multiFilters_; }
     const std::string& repeat() const { return repeat_; }
-    const std::string& blankLength() const { return blankLength_; }
-    const std::string& repeatHead() const { return repeatHead_; }
-    const std::string& headIn() const { return headIn_; }
-    const std::string& repeatTail() const { return repeatTail_; }
-    const std::string& tailOut() const { return tailOut_; }
+    const std::string& blankLength() const { return timing_.blankLength; }
+    const std::string& repeatHead() const { return timing_.repeatHead; }
+    const std::string& headIn() const { return timing_.headIn; }
+    const std::string& repeatTail() const { return timing_.repeatTail; }
+    const std::string& tailOut() const { return timing_.tailOut; }
 
   private:
-    void writeEntry(xmlNodePtr playlist, const std::string& in, const std::string& out,
+    void writeEntry(XmlSink& sink, const std::string& in, const std::string& out,
                     const std::string& repeat) const;
 
     std::vector<MeFilter> filters_;
     std::map<std::string, MeMultiFilter> multiFilters_;
     std::string mediaId_;
     std::string repeat_;
-    std::string blankLength_;
-    std::string repeatHead_;
-    std::string headIn_;
-    std::string repeatTail_;
-    std::string tailOut_;
+    PlacementTiming timing_;
     MeService service_;
 };

@@ -9,7 +9,7 @@ namespace {
 std::string readPoint(CParseJson& json, const char* key) {
     std::string point;
     if (!json.getString(key, point) || point.empty()) {
-        return modelkind::kUnset;
+        return std::string(modelkind::kUnset);
     }
     return point;
 }
@@ -34,20 +34,19 @@ bool MeService::initFromJsonText(const std::string& text) {
     return initFromParsedText(*this, text);
 }
 
-xmlNodePtr MeService::writeMltElement(xmlNodePtr parent, bool withInOut) const {
-    xmlNodePtr node = xmltree::appendElement(parent, element_.c_str());
-    xmltree::setAttribute(node, mltxml::kIdAttribute, id_);
+void MeService::writeMltElement(XmlSink& sink, bool withInOut) const {
+    sink.begin(element_);
+    sink.attribute(mltxml::kIdAttribute, id_);
     if (!title_.empty()) {
-        xmltree::setAttribute(node, mltxml::kTitleAttribute, title_);
+        sink.attribute(mltxml::kTitleAttribute, title_);
     }
     if (global_) {
-        xmltree::setAttribute(node, mltxml::kGlobalFeedAttribute, "1");
+        sink.attribute(mltxml::kGlobalFeedAttribute, "1");
     }
     if (withInOut && !(in_ == modelkind::kUnset && out_ == modelkind::kUnset)) {
-        xmltree::setAttribute(node, mltxml::kInAttribute, in_);
-        xmltree::setAttribute(node, mltxml::kOutAttribute, out_);
+        sink.attribute(mltxml::kInAttribute, in_);
+        sink.attribute(mltxml::kOutAttribute, out_);
     }
-    return node;
 }
 
 bool MeService::readXml(xmlNodePtr firstChild) {
@@ -70,19 +69,19 @@ bool MeService::readXml(xmlNodePtr firstChild) {
     return true;
 }
 
-bool MeService::writeXml(xmlNodePtr owner) const {
-    xmltree::appendText(owner, projectxml::kId, id_);
+bool MeService::writeXml(XmlSink& owner) const {
+    owner.textElement(projectxml::kId, id_);
     if (in_ != modelkind::kUnset) {
-        xmltree::appendText(owner, projectxml::kIn, in_);
+        owner.textElement(projectxml::kIn, in_);
     }
     if (out_ != modelkind::kUnset) {
-        xmltree::appendText(owner, projectxml::kOut, out_);
+        owner.textElement(projectxml::kOut, out_);
     }
     if (!title_.empty()) {
-        xmltree::appendText(owner, projectxml::kTitle, title_);
+        owner.textElement(projectxml::kTitle, title_);
     }
     if (global_) {
-        xmltree::appendText(owner, projectxml::kGlobal, "1");
+        owner.textElement(projectxml::kGlobal, "1");
     }
     return true;
 }

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "messages/parse_json.h"
+#include "timeline/xml_sink.h"
 
 class MeService {
   public:
@@ -19,14 +20,15 @@ class MeService {
     bool initFromJson(CParseJson& json);
     bool initFromJsonText(const std::string& text);
 
-    // Appends the owner's MLT element with "id", "title", "global_feed" and,
-    // when asked and set, "in" and "out".
-    xmlNodePtr writeMltElement(xmlNodePtr parent, bool withInOut) const;
+    // Begins the owner's MLT element with "id", "title", "global_feed" and,
+    // when asked and set, "in" and "out"; the owner writes its content and
+    // ends it.
+    void writeMltElement(XmlSink& sink, bool withInOut) const;
 
     // Takes the service's children from the siblings starting at firstChild.
     bool readXml(xmlNodePtr firstChild);
-    // Appends the service's children to the owner's project-file element.
-    bool writeXml(xmlNodePtr owner) const;
+    // Writes the service's children into the owner's project-file element.
+    bool writeXml(XmlSink& owner) const;
 
     const std::string& id() const { return id_; }
     const std::string& title() const { return title_; }

@@ -1,36 +1,19 @@
 #include "timeline/tractor.h"
 
 #include <algorithm>
-#include <iterator>
+#include <unordered_map>
 
 #include "log/log.h"
 #include "timeline/decimal_text.h"
 #include "timeline/model_names.h"
 #include "timeline/xml_tree.h"
+#include "timeline/xml_tree_builder.h"
 
 namespace {
 
 const char kAddClipLog[] = "Add Clip : track=%s index=%d clipid=%s";
 const char kDeleteFilterNoIdLog[] = "MeTractor: deleteFilter Failed to get filterID [%s]";
 const char kDeleteFilterFailedLog[] = "MeTractor: deleteFilter Failed nIndex =%d strId = %s";
-
-using Placements = MeTractor::Placements;
-
-Placements::const_iterator findIn(const Placements& placements, const std::string& id) {
-    return std::find_if(placements.begin(), placements.end(),
-                        [&id](const auto& placement) { return placement->id() == id; });
-}
-
-std::shared_ptr<MePlayList> placementIn(const Placements& placements, const std::string& id) {
-    auto found = findIn(placements, id);
-    return found == placements.end() ? nullptr : *found;
-}
-
-int indexIn(const Placements& placements, const std::string& id) {
-    auto found = findIn(placements, id);
-    return found == placements.end() ? -1
-                                     : static_cast<int>(std::distance(placements.begin(), found));
-}
 
 // The optional "Index" of a filter command: absent means the whole track.
 int readIndex(CParseJson& json) {
@@ -93,7 +76,7 @@ bool MeTractor::alterClip(CParseJson& json, const std::string& mediaId) {
             return false;
         }
         if (auto placement = findPlacement(id)) {
-            placement->initFromJson(json);
+            refill(*placement, json);
             placement->setMediaId(mediaId);
             return true;
         }
@@ -104,7 +87,7 @@ bool MeTractor::alterClip(CParseJson& json, const std::string& mediaId) {
         }
     }
     auto placement = placementAt(indexOld);
-    if (!placement || !placement->initFromJson(json)) {
+    if (!placement || !refill(*placement, json)) {
         return false;
     }
     placement->setMediaId(mediaId);
@@ -116,11 +99,15 @@ bool MeTractor::alterClip(CParseJson& json, const std::string& mediaId) {
     return true;
 }
 
+bool MeTractor::refill(MePlayList& placement, CParseJson& json) {
+    const std::string previousId = placement.id();
+    const bool filled = placement.initFromJson(json);
+    placements_.refile(placement, previousId);
+    return filled;
+}
+
 void MeTractor::removeClip(const std::string& placementId) {
-    auto found = findIn(placements_, placementId);
-    if (found != placements_.end()) {
-        placements_.erase(found);
-    }
+    placements_.removeAt(placements_.indexOf(placementId));
 }
 
 void MeTractor::removeAllPlacements() {
@@ -128,47 +115,36 @@ void MeTractor::removeAllPlacements() {
 }
 
 std::shared_ptr<MePlayList> MeTractor::placementAt(int index) const {
-    if (index < 0 || index >= static_cast<int>(placements_.size())) {
-        return nullptr;
-    }
-    return *std::next(placements_.begin(), index);
+    return placements_.at(index);
 }
 
 std::shared_ptr<MePlayList> MeTractor::findPlacement(const std::string& placementId) const {
-    return placementIn(placements_, placementId);
+    return placements_.find(placementId);
 }
 
 int MeTractor::indexOf(const std::string& placementId) const {
-    return indexIn(placements_, placementId);
+    return placements_.indexOf(placementId);
 }
 
 int MeTractor::positionOf(const std::string& placementId) const {
-    long long position = 0;
-    for (const auto& placement : placements_) {
-        if (placement->id() == placementId) {
-            return static_cast<int>(position);
-        }
-        position += decimalValue(placement->duration());
+    const int index = placements_.indexOf(placementId);
+    if (index < 0) {
+        return -1;
     }
-    return -1;
+    long long position = 0;
+    for (auto placement = placements_.begin(); placement != placements_.begin() + index;
+         ++placement) {
+        position += decimalValue((*placement)->duration());
+    }
+    return static_cast<int>(position);
 }
 
 bool MeTractor::insertAt(int index, std::shared_ptr<MePlayList> placement) {
-    const int count = static_cast<int>(placements_.size());
-    if (index > count || index < -1) {
-        return false;
-    }
-    auto before = index == -1 ? placements_.end() : std::next(placements_.begin(), index);
-    placements_.insert(before, std::move(placement));
-    return true;
+    return placements_.insert(index, std::move(placement));
 }
 
 bool MeTractor::removeAt(int index) {
-    if (index < 0 || index >= static_cast<int>(placements_.size())) {
-        return false;
-    }
-    placements_.erase(std::next(placements_.begin(), index));
-    return true;
+    return placements_.removeAt(index);
 }
 
 void MeTractor::relayout() {
@@ -311,7 +287,7 @@ bool MeTractor::readXml(xmlNodePtr track) {
             xmltree::forEachElement(child, [this](xmlNodePtr node) {
                 auto placement = std::make_shared<MePlayList>();
                 placement->readXml(node);
-                placements_.push_back(placement);
+                placements_.append(placement);
             });
         } else if (xmltree::hasName(child, projectxml::kTransitions)) {
             xmltree::forEachElement(child, [this](xmlNodePtr node) {
@@ -336,112 +312,143 @@ bool MeTractor::readXml(xmlNodePtr track) {
     return true;
 }
 
-bool MeTractor::writeXml(xmlNodePtr parent) const {
-    xmlNodePtr track = xmltree::appendElement(parent, projectxml::kTrack);
-    service_.writeXml(track);
-    xmltree::appendText(track, projectxml::kType, trackType_);
-    xmltree::appendText(track, projectxml::kVisible, visible_ ? "1" : "0");
-    xmltree::appendText(track, projectxml::kMain, main_ ? "1" : "0");
+bool MeTractor::writeXml(XmlSink& sink) const {
+    sink.begin(projectxml::kTrack);
+    service_.writeXml(sink);
+    sink.textElement(projectxml::kType, trackType_);
+    sink.textElement(projectxml::kVisible, visible_ ? "1" : "0");
+    sink.textElement(projectxml::kMain, main_ ? "1" : "0");
     if (!placements_.empty()) {
-        xmlNodePtr playlists = xmltree::appendElement(track, projectxml::kPlaylists);
+        sink.begin(projectxml::kPlaylists);
         for (const auto& placement : placements_) {
-            placement->writeXml(playlists);
+            placement->writeXml(sink);
         }
+        sink.end();
     }
     if (!transitions_.empty()) {
-        xmlNodePtr transitions = xmltree::appendElement(track, projectxml::kTransitions);
+        sink.begin(projectxml::kTransitions);
         for (const auto& entry : transitions_) {
-            entry.second->writeXml(transitions);
+            entry.second->writeXml(sink);
         }
+        sink.end();
     }
     if (!filters_.empty() || !webvfxFilters_.empty()) {
-        xmlNodePtr filters = xmltree::appendElement(track, projectxml::kFilters);
+        sink.begin(projectxml::kFilters);
         for (const Filters* list : {&filters_, &webvfxFilters_}) {
             for (const auto& filter : *list) {
-                filter->writeXml(filters);
+                filter->writeXml(sink);
             }
         }
+        sink.end();
     }
     if (!multiFilters_.empty()) {
-        xmlNodePtr multiFilters = xmltree::appendElement(track, projectxml::kMultiFilters);
+        sink.begin(projectxml::kMultiFilters);
         for (const auto& entry : multiFilters_) {
-            entry.second->writeXml(multiFilters);
+            entry.second->writeXml(sink);
         }
+        sink.end();
     }
+    sink.end();
     return true;
 }
 
-xmlNodePtr MeTractor::writeTrackReference(xmlNodePtr tractor, const std::string& producerId,
-                                          const std::string& trackType) {
-    xmlNodePtr track = xmltree::appendElement(tractor, mltxml::kTrack);
-    xmltree::setAttribute(track, mltxml::kProducerAttribute, producerId);
-    if (trackType == modelkind::kVideoOnly) {
-        xmltree::setAttribute(track, mltxml::kHideAttribute, mltxml::kHideAudio);
-    } else if (trackType == modelkind::kAudioOnly) {
-        xmltree::setAttribute(track, mltxml::kHideAttribute, mltxml::kHideVideo);
-    }
-    return track;
+bool MeTractor::writeXml(xmlNodePtr parent) const {
+    writeUnder(parent, [this](XmlSink& sink) { writeXml(sink); });
+    return true;
 }
 
-void MeTractor::writeMltXml(xmlNodePtr container) {
+void MeTractor::writeTrackReference(XmlSink& sink, const std::string& producerId,
+                                    const std::string& trackType) {
+    sink.begin(mltxml::kTrack);
+    sink.attribute(mltxml::kProducerAttribute, producerId);
+    if (trackType == modelkind::kVideoOnly) {
+        sink.attribute(mltxml::kHideAttribute, mltxml::kHideAudio);
+    } else if (trackType == modelkind::kAudioOnly) {
+        sink.attribute(mltxml::kHideAttribute, mltxml::kHideVideo);
+    }
+    sink.end();
+}
+
+void MeTractor::writeMltXml(XmlSink& sink) {
     if (main_) {
-        writeMainForm(container);
+        writeMainForm(sink);
         return;
     }
     for (const auto& placement : placements_) {
-        placement->writeMltXml(container);
+        placement->writeMltXml(sink);
     }
-    writeTractorElement(container, placements_);
+    beginTractorElement(sink);
+    sink.end();
 }
 
-xmlNodePtr MeTractor::writeTractorElement(xmlNodePtr container,
-                                          const Placements& placements) const {
-    xmlNodePtr tractor = service_.writeMltElement(container, false);
-    for (const auto& placement : placements) {
-        writeTrackReference(tractor, placement->id(), trackType_);
+void MeTractor::writeMltXml(xmlNodePtr container) {
+    writeUnder(container, [this](XmlSink& sink) { writeMltXml(sink); });
+}
+
+void MeTractor::beginTractorElement(XmlSink& sink) const {
+    service_.writeMltElement(sink, false);
+    for (const auto& placement : placements_) {
+        writeTrackReference(sink, placement->id(), trackType_);
     }
     for (const Filters* list : {&filters_, &webvfxFilters_}) {
         for (const auto& filter : *list) {
-            filter->writeMltXml(tractor, true);
+            filter->writeMltXml(sink, true);
         }
     }
-    return tractor;
 }
 
-void MeTractor::writeMainForm(xmlNodePtr container) {
+void MeTractor::writeMainForm(XmlSink& sink) {
     relayout();
     // Heads, tails and transition frames are worked out on copies: the
-    // stored placements and transitions keep the client's values.
-    Placements copies;
+    // stored placements and transitions keep the client's values. Every
+    // placement is looked up by the first index of its identifier, once.
+    std::vector<PlacementTiming> timings;
+    std::vector<int> starts;
+    std::unordered_map<std::string, size_t> firstIndex;
+    timings.reserve(placements_.size());
+    starts.reserve(placements_.size());
+    long long position = 0;
     for (const auto& placement : placements_) {
-        copies.push_back(std::make_shared<MePlayList>(*placement));
+        firstIndex.emplace(placement->id(), timings.size());
+        timings.push_back(placement->timing());
+        starts.push_back(static_cast<int>(position));
+        position += decimalValue(placement->duration());
     }
+    auto indexOfId = [&firstIndex](const std::string& id) {
+        auto found = firstIndex.find(id);
+        return found == firstIndex.end() ? -1 : static_cast<int>(found->second);
+    };
     std::vector<MeTransition> laidOut;
+    laidOut.reserve(transitions_.size());
     for (const auto& entry : transitions_) {
         MeTransition transition = *entry.second;
-        auto a = placementIn(copies, transition.aPlaylistId());
-        auto b = placementIn(copies, transition.bPlaylistId());
-        if (a && b) {
-            const long long aLength =
-                static_cast<long long>(decimalValue(a->out())) - decimalValue(a->in()) + 1;
+        const int a = indexOfId(transition.aPlaylistId());
+        const int b = indexOfId(transition.bPlaylistId());
+        if (a >= 0 && b >= 0) {
+            const MePlayList& placementA = *placements_.at(a);
+            const MePlayList& placementB = *placements_.at(b);
+            const long long aLength = static_cast<long long>(decimalValue(placementA.out())) -
+                                      decimalValue(placementA.in()) + 1;
             const int framesBefore = decimalValue(transition.in());
             const int framesAfter = decimalValue(transition.out());
-            const long long startA = positionOf(a->id());
-            const long long startB = positionOf(b->id());
+            const long long startA = starts[static_cast<size_t>(a)];
+            const long long startB = starts[static_cast<size_t>(b)];
             transition.setIn(decimalText(startA + aLength - framesBefore));
             transition.setOut(decimalText(startB + framesAfter - 1));
-            a->setTailRepeat(framesAfter);
-            b->setHeadRepeat(framesBefore);
+            timings[static_cast<size_t>(a)].setTailRepeat(framesAfter, placementA.out());
+            timings[static_cast<size_t>(b)].setHeadRepeat(framesBefore, placementB.in());
         }
-        laidOut.push_back(transition);
+        laidOut.push_back(std::move(transition));
     }
-    for (const auto& placement : copies) {
-        placement->writeMltXml(container);
+    size_t index = 0;
+    for (const auto& placement : placements_) {
+        placement->writeMltXml(sink, timings[index++]);
     }
-    xmlNodePtr tractor = writeTractorElement(container, copies);
+    beginTractorElement(sink);
     for (MeTransition& transition : laidOut) {
-        transition.setTracks(indexIn(copies, transition.aPlaylistId()),
-                             indexIn(copies, transition.bPlaylistId()));
-        transition.writeMltXml(tractor);
+        transition.setTracks(indexOfId(transition.aPlaylistId()),
+                             indexOfId(transition.bPlaylistId()));
+        transition.writeMltXml(sink);
     }
+    sink.end();
 }

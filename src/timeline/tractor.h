@@ -7,7 +7,6 @@
 
 #include <libxml/tree.h>
 
-#include <list>
 #include <map>
 #include <memory>
 #include <string>
@@ -16,13 +15,15 @@
 #include "messages/parse_json.h"
 #include "timeline/filter.h"
 #include "timeline/multi_filter.h"
+#include "timeline/placement_list.h"
 #include "timeline/playlist.h"
 #include "timeline/service.h"
 #include "timeline/transition.h"
+#include "timeline/xml_sink.h"
 
 class MeTractor {
   public:
-    using Placements = std::list<std::shared_ptr<MePlayList>>;
+    using Placements = PlacementList;
     using Filters = std::vector<std::shared_ptr<MeFilter>>;
     using MultiFilters = std::map<std::string, std::shared_ptr<MeMultiFilter>>;
     using Transitions = std::map<std::string, std::shared_ptr<MeTransition>>;
@@ -66,15 +67,17 @@ class MeTractor {
 
     // The project-file "Track" element.
     bool readXml(xmlNodePtr track);
+    bool writeXml(XmlSink& sink) const;
     bool writeXml(xmlNodePtr parent) const;
 
-    // Appends the placements' playlists and the track's tractor. The main
+    // Writes the placements' playlists and the track's tractor. The main
     // form recomputes the stored blank lengths first.
+    void writeMltXml(XmlSink& sink);
     void writeMltXml(xmlNodePtr container);
 
     // A "track" reference to producerId, hiding what the track type excludes.
-    static xmlNodePtr writeTrackReference(xmlNodePtr tractor, const std::string& producerId,
-                                          const std::string& trackType);
+    static void writeTrackReference(XmlSink& sink, const std::string& producerId,
+                                    const std::string& trackType);
 
     const MeService& service() const { return service_; }
     const std::string& id() const { return service_.id(); }
@@ -91,10 +94,13 @@ class MeTractor {
     const Transitions& transitions() const { return transitions_; }
 
   private:
-    void writeMainForm(xmlNodePtr container);
-    // The tractor element with one track per placement and the track filters.
-    xmlNodePtr writeTractorElement(xmlNodePtr container, const Placements& placements) const;
+    void writeMainForm(XmlSink& sink);
+    // Begins the tractor element with one track per placement and the track
+    // filters; the caller ends it.
+    void beginTractorElement(XmlSink& sink) const;
     void keepFilter(std::shared_ptr<MeFilter> filter);
+    // Refills a placement from the command; its identifier may change.
+    bool refill(MePlayList& placement, CParseJson& json);
 
     MeService service_;
     MultiFilters multiFilters_;

@@ -4,6 +4,7 @@
 #include "timeline/effect_catalogue.h"
 #include "timeline/model_names.h"
 #include "timeline/xml_tree.h"
+#include "timeline/xml_tree_builder.h"
 
 MeTransition::MeTransition() : service_(mltxml::kTransition) {}
 
@@ -26,8 +27,14 @@ bool MeTransition::initFromJsonText(const std::string& text) {
     return service_.initFromJsonText(text);
 }
 
+void MeTransition::writeMltXml(XmlSink& sink) const {
+    service_.writeMltElement(sink, true);
+    effect_.writeMltProperties(sink);
+    sink.end();
+}
+
 void MeTransition::writeMltXml(xmlNodePtr parent) const {
-    effect_.writeMltProperties(service_.writeMltElement(parent, true));
+    writeUnder(parent, [this](XmlSink& sink) { writeMltXml(sink); });
 }
 
 void MeTransition::setTracks(int a, int b) {
@@ -70,15 +77,21 @@ bool MeTransition::readXml(xmlNodePtr transition) {
     return true;
 }
 
+bool MeTransition::writeXml(XmlSink& sink) const {
+    sink.begin(projectxml::kTransition);
+    service_.writeXml(sink);
+    sink.textElement(projectxml::kATrackId, trackIdA_);
+    sink.textElement(projectxml::kAIndex, decimalText(aIndex_));
+    sink.textElement(projectxml::kBTrackId, trackIdB_);
+    sink.textElement(projectxml::kBIndex, decimalText(bIndex_));
+    sink.textElement(projectxml::kAPlaylistId, aPlaylistId_);
+    sink.textElement(projectxml::kBPlaylistId, bPlaylistId_);
+    effect_.writeXml(sink);
+    sink.end();
+    return true;
+}
+
 bool MeTransition::writeXml(xmlNodePtr parent) const {
-    xmlNodePtr transition = xmltree::appendElement(parent, projectxml::kTransition);
-    service_.writeXml(transition);
-    xmltree::appendText(transition, projectxml::kATrackId, trackIdA_);
-    xmltree::appendText(transition, projectxml::kAIndex, decimalText(aIndex_));
-    xmltree::appendText(transition, projectxml::kBTrackId, trackIdB_);
-    xmltree::appendText(transition, projectxml::kBIndex, decimalText(bIndex_));
-    xmltree::appendText(transition, projectxml::kAPlaylistId, aPlaylistId_);
-    xmltree::appendText(transition, projectxml::kBPlaylistId, bPlaylistId_);
-    effect_.writeXml(transition);
+    writeUnder(parent, [this](XmlSink& sink) { writeXml(sink); });
     return true;
 }

@@ -9,6 +9,7 @@
 #include "messages/parse_json.h"
 #include "timeline/effect.h"
 #include "timeline/service.h"
+#include "timeline/xml_sink.h"
 
 class MeTransition {
   public:
@@ -20,7 +21,8 @@ class MeTransition {
     virtual bool initFromJson(CParseJson& json);
     // Fills the service record only.
     virtual bool initFromJsonText(const std::string& text);
-    virtual void writeMltXml(xmlNodePtr parent) const;
+    virtual void writeMltXml(XmlSink& sink) const;
+    void writeMltXml(xmlNodePtr parent) const;
 
     // Sets "a_track" and "b_track" to the engine track numbers, keeping the
     // catalogue's order of the two sides; missing properties are not added.
@@ -28,6 +30,7 @@ class MeTransition {
 
     // The project-file "Transition" element.
     bool readXml(xmlNodePtr transition);
+    bool writeXml(XmlSink& sink) const;
     bool writeXml(xmlNodePtr parent) const;
 
     const MeService& service() const { return service_; }

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "platform/durable_file.h"
+#include "timeline/xml_text_writer.h"
 
 namespace {
 const char kEncoding[] = "UTF-8";
@@ -31,4 +32,12 @@ bool writeXmlDocument(xmlDocPtr document, const std::string& path) {
         return false;
     }
     return platform::commitTemporaryFile(partial, path);
+}
+
+bool writeXmlFile(const std::string& path, const std::function<void(XmlSink&)>& write) {
+    platform::DurableFileWriter file(path);
+    XmlTextWriter writer([&file](std::string_view piece) { file.append(piece); });
+    write(writer);
+    writer.flush();
+    return file.commit();
 }

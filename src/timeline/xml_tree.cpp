@@ -1,7 +1,6 @@
 #include "timeline/xml_tree.h"
 
 #include "timeline/decimal_text.h"
-#include "timeline/model_names.h"
 
 namespace {
 
@@ -18,28 +17,6 @@ const xmlChar* xmlText(const char* text) {
 
 namespace xmltree {
 
-bool isElement(xmlNodePtr node) {
-    return node != nullptr && node->type == XML_ELEMENT_NODE;
-}
-
-bool hasName(xmlNodePtr node, const char* name) {
-    return isElement(node) && xmlStrcmp(node->name, xmlText(name)) == 0;
-}
-
-xmlNodePtr appendElement(xmlNodePtr parent, const char* name) {
-    return xmlNewChild(parent, nullptr, xmlText(name), nullptr);
-}
-
-xmlNodePtr appendText(xmlNodePtr parent, const char* name, const std::string& text) {
-    return xmlNewTextChild(parent, nullptr, xmlText(name), xmlText(text.c_str()));
-}
-
-xmlNodePtr appendMltProperty(xmlNodePtr parent, const std::string& name, const std::string& value) {
-    xmlNodePtr property = appendText(parent, mltxml::kProperty, value);
-    setAttribute(property, mltxml::kNameAttribute, name);
-    return property;
-}
-
 void setAttribute(xmlNodePtr node, const char* name, const std::string& value) {
     xmlSetProp(node, xmlText(name), xmlText(value.c_str()));
 }
@@ -54,6 +31,16 @@ bool readAttribute(xmlNodePtr node, const char* name, std::string& out) {
 }
 
 bool readText(xmlNodePtr node, std::string& out) {
+    // An element holding one text node, as every value the model writes
+    // does: its text as it stands, without the copy xmlNodeGetContent makes.
+    xmlNodePtr child = isElement(node) ? node->children : nullptr;
+    if (child != nullptr && child->next == nullptr && child->type == XML_TEXT_NODE) {
+        if (child->content == nullptr || child->content[0] == '\0') {
+            return false;
+        }
+        out.assign(reinterpret_cast<const char*>(child->content));
+        return true;
+    }
     XmlText value(xmlNodeGetContent(node));
     if (!value || value.get()[0] == '\0') {
         return false;

@@ -1,11 +1,11 @@
 // Small helpers over libxml2's tree API, shared by every element the model
-// reads or writes: named children with escaped text, attributes, and the
-// "content" rule of the project file (an element without text leaves its
-// field unchanged).
+// reads and by the profile rewrite: names, attributes, and the "content" rule
+// of the project file (an element without text leaves its field unchanged).
 #pragma once
 
 #include <libxml/tree.h>
 
+#include <cstring>
 #include <memory>
 #include <string>
 
@@ -16,9 +16,19 @@ using XmlDocument = std::unique_ptr<xmlDoc, XmlDocumentFree>;
 
 namespace xmltree {
 
-bool isElement(xmlNodePtr node);
-// An element whose name is exactly name.
-bool hasName(xmlNodePtr node, const char* name);
+inline bool isElement(xmlNodePtr node) {
+    return node != nullptr && node->type == XML_ELEMENT_NODE;
+}
+
+// An element whose name is exactly name. Readers ask this of every child
+// for every name they know, so most answers come from the first byte.
+inline bool hasName(xmlNodePtr node, const char* name) {
+    if (!isElement(node)) {
+        return false;
+    }
+    const char* own = reinterpret_cast<const char*>(node->name);
+    return own[0] == name[0] && std::strcmp(own, name) == 0;
+}
 
 // Calls visit with every element child of parent, in document order.
 template <typename Visit>
@@ -30,12 +40,6 @@ void forEachElement(xmlNodePtr parent, Visit visit) {
     }
 }
 
-// A new empty child element.
-xmlNodePtr appendElement(xmlNodePtr parent, const char* name);
-// A new child element holding text (escaped as needed).
-xmlNodePtr appendText(xmlNodePtr parent, const char* name, const std::string& text);
-// A new MLT "property" child: the value as text, the name as attribute.
-xmlNodePtr appendMltProperty(xmlNodePtr parent, const std::string& name, const std::string& value);
 void setAttribute(xmlNodePtr node, const char* name, const std::string& value);
 
 // The attribute's value; false when the node has no such attribute.

@@ -65,4 +65,32 @@ TEST(DurableFile, ReplacesTheTargetWholeAndLeavesNoTemporaryFile) {
     std::filesystem::remove_all(folder);
 }
 
+// Written in pieces: the target changes only when the writer commits.
+TEST(DurableFile, WriterInPiecesReplacesTheTargetOnlyOnCommit) {
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / ("qv-durable-pieces-" + std::to_string(getpid()));
+    std::filesystem::create_directories(folder);
+    const std::string target = (folder / "project.xml").string();
+    ASSERT_TRUE(platform::writeFileDurably(target, "previous"));
+    {
+        platform::DurableFileWriter abandoned(target);
+        EXPECT_TRUE(abandoned.append("never committed"));
+    }
+    EXPECT_EQ(contentOf(target), "previous");
+    platform::DurableFileWriter writer(target);
+    for (const char* piece : {"one ", "two ", "three"}) {
+        EXPECT_TRUE(writer.append(piece));
+    }
+    EXPECT_EQ(contentOf(target), "previous");
+    EXPECT_TRUE(writer.commit());
+    EXPECT_EQ(contentOf(target), "one two three");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder),
+                            std::filesystem::directory_iterator()),
+              1);
+    platform::DurableFileWriter nowhere((folder / "none" / "x").string());
+    EXPECT_FALSE(nowhere.append("y"));
+    EXPECT_FALSE(nowhere.commit());
+    std::filesystem::remove_all(folder);
+}
+
 }  // namespace
