@@ -8,8 +8,11 @@
 #include <numeric>
 
 #include "engine/mlt_helper.h"
+#include "export/graph_survey.h"
+#include "export/render_guards.h"
 #include "log/log.h"
 #include "media/transport.h"
+#include "platform/platform.h"
 
 namespace {
 
@@ -104,6 +107,7 @@ bool ExportSession::isAudioOnly(const ExportSettings& settings) {
 void ExportSession::start(const ExportSettings& settings, const std::string& profileName) {
     close();
     lastPosition_ = 0;
+    plan_ = RenderPlan();
     // An export may come before anything else has started the engine.
     media::ensureEngineFactory();
     std::vector<std::string> arguments = buildExportArguments(settings);
@@ -128,7 +132,11 @@ void ExportSession::start(const ExportSettings& settings, const std::string& pro
         writeLog(kLogError, kLogOpenFailed, settings.xmlFile.c_str());
         return;
     }
+    const FrameRate documentRate = frameRateOf(profile_.get());
     makeConsumer(arguments);
+    if (consumer_) {
+        keepValidFrameRate(consumer_.get(), profile_.get(), documentRate);
+    }
     startRender(settings);
 }
 
@@ -172,6 +180,8 @@ void ExportSession::startRender(const ExportSettings& settings) {
     if (isAudioOnly(settings)) {
         mlt_properties_set_int(properties, kVideoOffProperty, 1);
     }
+    leaveOutRefusedVideo(consumer, profile_.get());
+    planRenderOfGraph();
     bool started = mlt_consumer_connect(consumer, MLT_PRODUCER_SERVICE(producer_.get())) == 0 &&
                    mlt_consumer_start(consumer) == 0;
     if (started) {
@@ -179,6 +189,18 @@ void ExportSession::startRender(const ExportSettings& settings) {
     } else {
         writeLog(kLogError, kLogStartFailed, settings.fileName.c_str());
     }
+}
+
+void ExportSession::planRenderOfGraph() {
+    if (!fastPathsAllowed_) {
+        return;
+    }
+    const RenderTarget target =
+        renderTargetOf(profile_.get(), consumer_.get(), platform::processorCount());
+    // Files are opened again only where their scan can change the plan.
+    const GraphSurvey survey(producer_.get(), target.planarPicturesIntact);
+    plan_ = planRender(survey, target);
+    applyRenderPlan(plan_, consumer_.get());
 }
 
 void ExportSession::close() {

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "export/export_settings.h"
+#include "export/render_plan.h"
 #include "media/consumer_stops.h"
 #include "media/mlt_handles.h"
 
@@ -41,6 +42,12 @@ class ExportSession {
     // producer, with relative resources resolved against cachePath.
     int currentPosition(const std::string& cachePath);
 
+    // Whether start() may replace the engine's default render where the
+    // graph allows (on by default); off, every export renders MLT's own way.
+    void allowFastPaths(bool allowed) { fastPathsAllowed_ = allowed; }
+    // How the current export renders; MLT's own way without one.
+    const RenderPlan& renderPlan() const { return plan_; }
+
     mlt_producer producer() const { return producer_.get(); }
     mlt_consumer consumer() const { return consumer_.get(); }
     mlt_profile profile() const { return profile_.get(); }
@@ -54,6 +61,7 @@ class ExportSession {
     void applyVideoSize(const ExportSettings& settings);
     void makeConsumer(const std::vector<std::string>& arguments);
     void startRender(const ExportSettings& settings);
+    void planRenderOfGraph();
     // Polls start the render again when the engine lost its start.
     void restartIfStartWasLost();
 
@@ -62,6 +70,8 @@ class ExportSession {
     media::ConsumerHandle consumer_;
     std::unique_ptr<media::ConsumerStops> stops_;
     int lastPosition_ = 0;
+    bool fastPathsAllowed_ = true;
+    RenderPlan plan_;
 };
 
 // Walks the argument vector from slot 1 on. Each "-consumer" slot replaces the

@@ -8,8 +8,8 @@ extern "C" {
 
 #include <cstdlib>
 
+#include "export/encoder_trial.h"
 #include "log/log.h"
-#include "media/av_handles.h"
 #include "messages/styled_json.h"
 
 namespace {
@@ -71,22 +71,7 @@ std::string getHwAccelAbility() {
 }
 
 bool probeEncoder(const AVCodec* encoder) {
-    if (encoder == nullptr) {
-        return false;
-    }
-    media::CodecContextPtr context(avcodec_alloc_context3(encoder));
-    if (!context) {
-        return false;
-    }
-    context->codec_type = AVMEDIA_TYPE_VIDEO;
-    context->pix_fmt = encoder->pix_fmts != nullptr ? encoder->pix_fmts[0] : AV_PIX_FMT_NONE;
-    context->width = 320;
-    context->height = 240;
-    context->time_base = AVRational{1, 25};
-    context->framerate = AVRational{25, 1};
-    context->bit_rate = 400000;
-    context->gop_size = 10;
-    return avcodec_open2(context.get(), encoder, nullptr) >= 0;
+    return encoderOpens(encoder, PictureSettings());
 }
 
 bool isHardwareAccelAllowed() {

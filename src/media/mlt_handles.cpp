@@ -2,7 +2,24 @@
 
 #include <framework/mlt.h>
 
+#include <cstdlib>
+
+#include "platform/platform.h"
+
 namespace media {
+
+namespace {
+
+// Read by the avformat producer for every picture it converts.
+constexpr char kWholeConversionVariable[] = "MLT_AVFORMAT_SLICED_PIXFMT_DISABLE";
+// The producer cuts a picture into 512-pixel strips and gives each its own
+// scaler, built anew for every frame. With two processors the encoder or the
+// player keeps both busy, so the strips only add scaler set-ups and hand-offs:
+// a 1080p H.264 export spent 7% more processor time with them for the same
+// pictures. More processors were not measured, and keep MLT's strips.
+constexpr int kMostProcessorsForWholeConversions = 2;
+
+}  // namespace
 
 void releaseReference(mlt_producer_s* object) {
     mlt_producer_close(object);
@@ -47,7 +64,18 @@ void retireConsumer(ConsumerHandle& consumer, bool purge) {
 
 void ensureEngineFactory() {
     if (mlt_factory_repository() == nullptr) {
+        choosePictureConversion(platform::processorCount());
         mlt_factory_init(nullptr);
+    }
+}
+
+bool convertsPicturesWhole(int processors) {
+    return processors <= kMostProcessorsForWholeConversions;
+}
+
+void choosePictureConversion(int processors) {
+    if (convertsPicturesWhole(processors)) {
+        setenv(kWholeConversionVariable, "1", 0);
     }
 }
 

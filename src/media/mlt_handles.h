@@ -82,6 +82,14 @@ void retireConsumer(ConsumerHandle& consumer, bool purge = false);
 // Starts the engine factory when nothing has started it yet.
 void ensureEngineFactory();
 
+// Whether MLT's avformat producer should convert each decoded picture whole
+// rather than in strips spread over its slice threads, on a machine with
+// that many processors.
+bool convertsPicturesWhole(int processors);
+// Tells the engine so through its environment unless the process was given a
+// value of its own; call before the engine starts any thread.
+void choosePictureConversion(int processors);
+
 // The named MLT profile, or MLT's default profile for an empty name.
 ProfileHandle makeProfile(const std::string& name);
 

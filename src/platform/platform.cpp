@@ -63,6 +63,11 @@ uint64_t tickCountMs() {
     return static_cast<uint64_t>(now.tv_sec) * 1000u + static_cast<uint64_t>(now.tv_nsec / 1000000);
 }
 
+int processorCount() {
+    const long online = sysconf(_SC_NPROCESSORS_ONLN);
+    return online > 0 ? static_cast<int>(online) : 1;
+}
+
 void sleepNanoseconds(long nanoseconds) {
     struct timespec pause {};
     pause.tv_sec = nanoseconds / 1000000000L;

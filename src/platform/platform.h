@@ -47,6 +47,9 @@ std::string executablePath();
 // Version of the engine as four decimal numbers joined by ".".
 std::string versionText();
 
+// Processors the system has online for this process to run on; at least 1.
+int processorCount();
+
 // Directory of environment values the engine reads, or empty when unset.
 std::string environmentValue(const char* name);
 

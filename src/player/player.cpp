@@ -6,7 +6,9 @@
 #include <cstdio>
 
 #include "log/log.h"
+#include "media/mlt_handles.h"
 #include "media/transport.h"
+#include "platform/platform.h"
 #include "player/player_names.h"
 
 namespace {
@@ -76,6 +78,7 @@ int MePlayer::initFactory() {
     if (repository_ != nullptr) {
         return 0;
     }
+    media::choosePictureConversion(platform::processorCount());
     repository_ = mlt_factory_init(nullptr);
     for (const auto& value : kEngineEnvironment) {
         const char* text = mlt_environment(value.name);
@@ -90,6 +93,7 @@ int MePlayer::initFactory() {
 
 void MePlayer::ensureFactory() {
     if (repository_ == nullptr) {
+        media::choosePictureConversion(platform::processorCount());
         repository_ = mlt_factory_init(nullptr);
     }
 }

@@ -56,11 +56,14 @@ std::string q(const std::string& text) {
     return "\"" + text + "\"";
 }
 
-std::string h264Request(const std::string& fileName, const std::string& xmlFile) {
+std::string h264Request(const std::string& fileName, const std::string& xmlFile,
+                        const std::string& width = "640", const std::string& height = "360",
+                        const std::string& frameRate = "25") {
     return "{\"FileName\":" + q(fileName) + ",\"XmlFile\":" + q(xmlFile) +
-           ",\"QulityLevel\":\"best\",\"Video\":{\"Encoder\":\"libx264\",\"Width\":\"640\","
-           "\"Height\":\"360\",\"FrameRate\":\"25\",\"BitRate\":\"1500\"},\"Audio\":{\"Encoder\":"
-           "\"aac\",\"Channel\":\"2\",\"SampleRate\":\"48000\",\"BitRate\":\"128\"}}";
+           ",\"QulityLevel\":\"best\",\"Video\":{\"Encoder\":\"libx264\",\"Width\":" + q(width) +
+           ",\"Height\":" + q(height) + ",\"FrameRate\":" + q(frameRate) +
+           ",\"BitRate\":\"1500\"},\"Audio\":{\"Encoder\":\"aac\",\"Channel\":\"2\","
+           "\"SampleRate\":\"48000\",\"BitRate\":\"128\"}}";
 }
 
 bool logged(const ServiceProcess& service, const std::string& part, bool whole = true) {
@@ -83,6 +86,7 @@ TEST(ExportControl, BadRequestsAreLoggedAndAGoodExportStillRendersWhileTheClient
         std::vector<std::string> log;  // our own lines besides the Receive line
         std::string engineMessage;     // a part of MLT's
         ExportState expected;
+        int videoStreams = -1;  // in the bad request's movie; -1: not looked at
     } cases[] = {
         {"{\"XmlFile\":" + q(timeline.path) + "}",
          {"Return [EXPORT_MOVIE] control Error"},
@@ -106,7 +110,26 @@ TEST(ExportControl, BadRequestsAreLoggedAndAGoodExportStillRendersWhileTheClient
              ",\"Video\":{\"Encoder\":\"no_such_encoder\"}}",
          {"Start to Export File " + output, "Return [EXPORT_MOVIE] control Ok"},
          "video codec no_such_encoder unrecognised",
-         {frames, frames - 1, true}},
+         {frames, frames - 1, true},
+         0},
+        // A size of 0 keeps the profile's own size.
+        {h264Request(output, timeline.path, "0", "0"),
+         {"Start to Export File " + output, "Return [EXPORT_MOVIE] control Ok"},
+         "",
+         {frames, frames - 1, true},
+         1},
+        // An encoder that refuses the size is left out like an unknown one.
+        {h264Request(output, timeline.path, "321", "241"),
+         {"Start to Export File " + output, "Return [EXPORT_MOVIE] control Ok"},
+         "",
+         {frames, frames - 1, true},
+         0},
+        // A frame rate that is no number keeps the profile's own rate.
+        {h264Request(output, timeline.path, "640", "360", "abc"),
+         {"Start to Export File " + output, "Return [EXPORT_MOVIE] control Ok"},
+         "",
+         {frames, frames - 1, true},
+         1},
     };
     for (const auto& c : cases) {
         ServiceProcess service;
@@ -122,6 +145,12 @@ TEST(ExportControl, BadRequestsAreLoggedAndAGoodExportStillRendersWhileTheClient
         }
         if (!c.engineMessage.empty()) {
             EXPECT_TRUE(logged(service, c.engineMessage, false)) << c.request;
+        }
+        if (c.videoStreams >= 0) {
+            const testsupport::ProbedFile bad = testsupport::probeFile(output);
+            EXPECT_EQ(bad.stream("video") != nullptr, c.videoStreams == 1) << c.request;
+            ASSERT_NE(bad.stream("audio"), nullptr) << c.request;
+            EXPECT_NEAR(bad.stream("audio")->duration, frames / 25.0, 0.05) << c.request;
         }
 
         const std::string good = dir + "/movie.mp4";
