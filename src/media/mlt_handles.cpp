@@ -75,7 +75,7 @@ bool convertsPicturesWhole(int processors) {
 
 void choosePictureConversion(int processors) {
     if (convertsPicturesWhole(processors)) {
-        setenv(kWholeConversionVariable, "1", 0);
+        platform::setEnvironmentDefault(kWholeConversionVariable, "1");
     }
 }
 

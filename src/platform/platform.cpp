@@ -107,6 +107,10 @@ std::string environmentValue(const char* name) {
     return value ? std::string(value) : std::string();
 }
 
+void setEnvironmentDefault(const char* name, const char* value) {
+    ::setenv(name, value, 0);
+}
+
 std::string homeFolder() {
     std::string home = environmentValue("HOME");
     if (!home.empty()) {

@@ -53,6 +53,10 @@ int processorCount();
 // Directory of environment values the engine reads, or empty when unset.
 std::string environmentValue(const char* name);
 
+// Sets an environment value for this process and the libraries in it, unless
+// one is already set (the user's own choice wins).
+void setEnvironmentDefault(const char* name, const char* value);
+
 // The user's home folder: HOME, else the account's entry; empty when neither
 // names one.
 std::string homeFolder();
