@@ -132,7 +132,20 @@ double MePlayer::producerSpeed() const {
 
 void MePlayer::setProducerSpeed(double value) {
     if (producer_) {
+        // The gate notices the new speed on its own within a few milliseconds:
+        // waking it here would let a frame through before a seek that follows.
         mlt_producer_set_speed(producer_.get(), value);
+    }
+}
+
+void MePlayer::connectPreview(mlt_consumer consumer) {
+    gate_->connect(consumer);
+}
+
+void MePlayer::purgeTransport() {
+    mlt_consumer consumer = transport();
+    if (consumer != nullptr && !(gate_ && gate_->isSettled())) {
+        mlt_consumer_purge(consumer);
     }
 }
 
@@ -148,6 +161,7 @@ int MePlayer::play(int position, bool autoPlay, const std::string& xmlPath) {
         producer_ = media::ProducerHandle::adopt(
             mlt_factory_producer(profile_.get(), playernames::kTimelineProducer, xmlPath.c_str()));
         if (producer_) {
+            gate_ = std::make_unique<media::PreviewGate>(producer_.get());
             result = startPreview(position, autoPlay);
         }
     }
@@ -162,12 +176,13 @@ int MePlayer::startPreview(int position, bool autoPlay) {
     }
     if (!consumer_) {
         // The producer was built on the profile, so it goes first.
+        gate_.reset();
         producer_.reset();
         profile_.reset();
         return kPlayConsumerMissing;
     }
     mlt_properties properties = MLT_CONSUMER_PROPERTIES(consumer_.get());
-    mlt_consumer_connect(consumer_.get(), mlt_producer_service(producer_.get()));
+    connectPreview(consumer_.get());
     mlt_properties_set_int(properties, playernames::kScrubAudio, 0);
     mlt_properties_set_int(properties, playernames::kSlowOnPause, 1);
     if (!autoPlay) {
@@ -199,5 +214,6 @@ void MePlayer::releasePreview() {
     }
     // The dump describes this graph, so it is written before the graph goes.
     graphDumps_.flush(producer_.get());
+    gate_.reset();
     producer_.reset();
 }
