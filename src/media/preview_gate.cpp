@@ -18,6 +18,10 @@ const char kThreadStartedEvent[] = "consumer-thread-started";
 // How often a parked fetch or a waiting edit looks again without being woken:
 // a consumer being stopped says so only through is_stopped.
 constexpr std::chrono::milliseconds kRecheck(3);
+// A paused preview shows the edited picture once edits have paused this long:
+// a burst of edits then renders once, after its last edit, instead of each
+// edit waiting for the render of the one before.
+constexpr std::chrono::milliseconds kEditQuiet(40);
 // An edit waits this long at most for frames in flight; a consumer that keeps
 // a frame longer has stalled, and the edit goes ahead rather than hang the service.
 constexpr std::chrono::milliseconds kEditWaitLimit(2000);
@@ -40,6 +44,7 @@ struct GateState {
     uint64_t delivered = 0;  // serial of the last frame let through
     uint64_t shown = 0;      // highest serial the consumer has shown
     mlt_position deliveredPosition = -1;
+    std::chrono::steady_clock::time_point quietUntil;  // see kEditQuiet
 
     // Called with the mutex held.
     bool mustHold() {
@@ -51,8 +56,13 @@ struct GateState {
             owed = true;
             return false;
         }
-        return !owed && showing && mlt_producer_get_speed(producer) == 0.0 &&
-               mlt_producer_position(producer) == deliveredPosition;
+        if (mlt_producer_get_speed(producer) != 0.0) {
+            return false;
+        }
+        if (std::chrono::steady_clock::now() < quietUntil) {
+            return true;
+        }
+        return !owed && showing && mlt_producer_position(producer) == deliveredPosition;
     }
 };
 
@@ -226,6 +236,10 @@ void PreviewGate::connect(mlt_consumer consumer) {
 }
 
 void PreviewGate::recheck() {
+    {
+        std::lock_guard<std::mutex> lock(state_->mutex);
+        state_->quietUntil = {};  // a seek shows its frame at once, edits or not
+    }
     state_->changed.notify_all();
 }
 
@@ -239,8 +253,7 @@ void PreviewGate::refresh() {
 
 bool PreviewGate::isSettled() const {
     std::lock_guard<std::mutex> lock(state_->mutex);
-    return state_->parked && state_->inFlight == 0 && !state_->owed &&
-           state_->shown >= state_->delivered;
+    return state_->parked && state_->inFlight == 0 && state_->shown >= state_->delivered;
 }
 
 PreviewGate::Exclusive::Exclusive(PreviewGate& gate) : gate_(gate) {
@@ -260,6 +273,7 @@ PreviewGate::Exclusive::~Exclusive() {
         std::lock_guard<std::mutex> lock(state.mutex);
         state.editing = false;
         state.owed = true;
+        state.quietUntil = std::chrono::steady_clock::now() + kEditQuiet;
     }
     state.changed.notify_all();
 }

@@ -33,7 +33,7 @@ class PreviewGate {
     // Connects consumer to the gate and follows what it shows.
     void connect(mlt_consumer consumer);
 
-    // The producer moved: the parked fetch looks again at once.
+    // The producer moved: the parked fetch looks again at once, even right after an edit.
     void recheck();
     // The picture at the held position may have changed: one more frame goes through.
     void refresh();
@@ -46,7 +46,8 @@ class PreviewGate {
     class Exclusive {
       public:
         explicit Exclusive(PreviewGate& gate);
-        // The edited picture goes through next.
+        // The edited picture goes through next; while paused, once edits have
+        // paused for a moment.
         ~Exclusive();
         Exclusive(const Exclusive&) = delete;
         Exclusive& operator=(const Exclusive&) = delete;
