@@ -5,6 +5,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <cstring>
 #include <mutex>
 
 namespace media {
@@ -14,6 +15,7 @@ const char kTokenProperty[] = "_qv_gate_token";
 const char kListenerProperty[] = "_qv_gate_listener";
 const char kFrameShowEvent[] = "consumer-frame-show";
 const char kThreadStartedEvent[] = "consumer-thread-started";
+const char kScrubAudio[] = "scrub_audio";
 
 // How often a parked fetch or a waiting edit looks again without being woken:
 // a consumer being stopped says so only through is_stopped.
@@ -44,7 +46,8 @@ struct GateState {
     uint64_t delivered = 0;  // serial of the last frame let through
     uint64_t shown = 0;      // highest serial the consumer has shown
     mlt_position deliveredPosition = -1;
-    std::chrono::steady_clock::time_point quietUntil;  // see kEditQuiet
+    std::chrono::steady_clock::time_point quietUntil;   // see kEditQuiet
+    std::chrono::steady_clock::time_point lastSounded;  // see carriesSound
 
     // Called with the mutex held.
     bool mustHold() {
@@ -67,6 +70,49 @@ struct GateState {
 };
 
 namespace {
+
+// Whether a frame fetched while paused carries its sound. "sdl2" queues every
+// frame's sound and paces its frames by it, so paused frames that come faster
+// than they can be heard would each wait for the sound of the ones before. A
+// paused frame is silent without scrubbing anyway; with scrubbing (a step) it
+// sounds unless the last one that sounded has not finished. Until the
+// consumer shows its first frame every frame sounds: it shows nothing before
+// its audio device has asked for sound. Called with the mutex held.
+bool carriesSound(GateState& state) {
+    if (!state.showing || mlt_producer_get_speed(state.producer) != 0.0) {
+        return true;
+    }
+    const auto now = std::chrono::steady_clock::now();
+    const double fps = mlt_producer_get_fps(state.producer);
+    const auto period = std::chrono::microseconds(fps > 0.0 ? static_cast<long>(1e6 / fps) : 0);
+    if (mlt_properties_get_int(MLT_CONSUMER_PROPERTIES(state.consumer), kScrubAudio) == 0 ||
+        now - state.lastSounded < period) {
+        return false;
+    }
+    state.lastSounded = now;
+    return true;
+}
+
+// The audio of a frame that carries no sound: no samples at all, rather than
+// a frame's worth of silence, and nothing decoded.
+int noSound(mlt_frame frame, void** buffer, mlt_audio_format* format, int* frequency, int* channels,
+            int* samples) {
+    constexpr int kStereo = 2;
+    constexpr int kRate = 48000;
+    *format = mlt_audio_s16;
+    *frequency = *frequency > 0 ? *frequency : kRate;
+    *channels = *channels > 0 ? *channels : kStereo;
+    *samples = 0;
+    const int size = static_cast<int>(sizeof(int16_t)) * *channels;  // never handed out empty
+    *buffer = mlt_pool_alloc(size);
+    memset(*buffer, 0, size);
+    mlt_frame_set_audio(frame, *buffer, *format, size, mlt_pool_release);
+    // The producers' audio below stays undecoded: a later request for this
+    // frame's audio gets the stored nothing, not the next function down.
+    while (mlt_frame_pop_audio(frame) != nullptr) {
+    }
+    return 0;
+}
 
 // Rides on each frame let through: in flight until its image is made or it is
 // closed, and the gate owes a frame when the newest one is closed unshown (a
@@ -120,6 +166,7 @@ int getFrame(mlt_service service, mlt_frame_ptr frame, int index) {
     auto* self = static_cast<GateService*>(service->child);
     GateState& state = *self->state;
     uint64_t serial = 0;
+    bool sounds = true;
     {
         std::unique_lock<std::mutex> lock(state.mutex);
         while (state.mustHold()) {
@@ -131,6 +178,7 @@ int getFrame(mlt_service service, mlt_frame_ptr frame, int index) {
         state.deliveredPosition = mlt_producer_position(state.producer);
         state.owed = false;
         ++state.inFlight;
+        sounds = carriesSound(state);
     }
     mlt_service source = mlt_service_producer(service);
     const int error = source != nullptr ? mlt_service_get_frame(source, frame, index) : 1;
@@ -142,6 +190,9 @@ int getFrame(mlt_service service, mlt_frame_ptr frame, int index) {
                             nullptr);
     mlt_frame_push_service(*frame, token);
     mlt_frame_push_get_image(*frame, getImage);
+    if (!sounds) {
+        mlt_frame_push_audio(*frame, reinterpret_cast<void*>(noSound));
+    }
     return 0;
 }
 
