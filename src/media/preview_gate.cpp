@@ -33,7 +33,7 @@ constexpr std::chrono::milliseconds kEditWaitLimit(2000);
 struct GateState {
     std::mutex mutex;
     std::condition_variable changed;
-    mlt_producer producer = nullptr;  // kept alive by the gate's connection
+    mlt_producer producer = nullptr;  // kept alive by the gate's connection; null until attached
     mlt_consumer consumer = nullptr;  // the one connected last
     bool editing = false;
     bool owed = true;  // a frame must go through even at the held position
@@ -59,6 +59,9 @@ struct GateState {
             owed = true;
             return false;
         }
+        if (producer == nullptr) {
+            return true;  // the window opens while the timeline loads
+        }
         if (mlt_producer_get_speed(producer) != 0.0) {
             return false;
         }
@@ -79,7 +82,8 @@ namespace {
 // consumer shows its first frame every frame sounds: it shows nothing before
 // its audio device has asked for sound. Called with the mutex held.
 bool carriesSound(GateState& state) {
-    if (!state.showing || mlt_producer_get_speed(state.producer) != 0.0) {
+    if (!state.showing || state.producer == nullptr ||
+        mlt_producer_get_speed(state.producer) != 0.0) {
         return true;
     }
     const auto now = std::chrono::steady_clock::now();
@@ -175,7 +179,8 @@ int getFrame(mlt_service service, mlt_frame_ptr frame, int index) {
         }
         state.parked = false;
         serial = ++state.delivered;
-        state.deliveredPosition = mlt_producer_position(state.producer);
+        state.deliveredPosition =
+            state.producer != nullptr ? mlt_producer_position(state.producer) : -1;
         state.owed = false;
         ++state.inFlight;
         sounds = carriesSound(state);
@@ -244,8 +249,7 @@ void onThreadStarted(mlt_properties, Listener* listener, mlt_event_data) {
 
 }  // namespace
 
-PreviewGate::PreviewGate(mlt_producer producer) : state_(std::make_shared<GateState>()) {
-    state_->producer = producer;
+PreviewGate::PreviewGate() : state_(std::make_shared<GateState>()) {
     auto* gate = new GateService{};
     gate->state = state_;
     mlt_service_init(&gate->service, gate);
@@ -253,7 +257,20 @@ PreviewGate::PreviewGate(mlt_producer producer) : state_(std::make_shared<GateSt
     gate->service.close = closeService;
     gate->service.close_object = gate;
     service_ = &gate->service;
+}
+
+PreviewGate::PreviewGate(mlt_producer producer) : PreviewGate() {
+    attach(producer);
+}
+
+void PreviewGate::attach(mlt_producer producer) {
     mlt_service_connect_producer(service_, MLT_PRODUCER_SERVICE(producer), 0);
+    {
+        std::lock_guard<std::mutex> lock(state_->mutex);
+        state_->producer = producer;
+        state_->owed = true;
+    }
+    state_->changed.notify_all();
 }
 
 PreviewGate::~PreviewGate() {

@@ -23,6 +23,8 @@ struct GateState;
 
 class PreviewGate {
   public:
+    // Holds every fetch until a producer is attached.
+    PreviewGate();
     // Takes its own reference on producer.
     explicit PreviewGate(mlt_producer producer);
     // Drops our reference; frames still alive keep the service until closed.
@@ -30,6 +32,8 @@ class PreviewGate {
     PreviewGate(const PreviewGate&) = delete;
     PreviewGate& operator=(const PreviewGate&) = delete;
 
+    // Puts producer behind the gate (once), taking a reference on it.
+    void attach(mlt_producer producer);
     // Connects consumer to the gate and follows what it shows.
     void connect(mlt_consumer consumer);
 

@@ -8,6 +8,7 @@
 #include "log/log.h"
 #include "media/transport.h"
 #include "player/player_names.h"
+#include "player/timeline_load.h"
 
 namespace {
 
@@ -158,21 +159,39 @@ int MePlayer::play(int position, bool autoPlay, const std::string& xmlPath) {
     int result = 0;
     if (profile_) {
         writeLog(kLogInfo, kPlayProfile, profile_->width, profile_->height);
-        producer_ = media::ProducerHandle::adopt(
-            mlt_factory_producer(profile_.get(), playernames::kTimelineProducer, xmlPath.c_str()));
-        if (producer_) {
-            gate_ = std::make_unique<media::PreviewGate>(producer_.get());
-            result = startPreview(position, autoPlay);
-        }
+        result = startPreview(position, autoPlay);
     }
     writeLog(kLogInfo, kPlayEnd, xmlPath_.c_str());
     return result;
 }
 
 int MePlayer::startPreview(int position, bool autoPlay) {
-    if (!consumer_) {
-        consumer_ = media::ConsumerHandle::adopt(
-            createConsumer(profile_.get(), playernames::kPreviewService));
+    // The window opens while the timeline loads; the gate holds the consumer
+    // until the producer is behind it.
+    TimelineLoad load(profile_.get(), xmlPath_, position);
+    gate_ = std::make_unique<media::PreviewGate>();
+    consumer_ =
+        media::ConsumerHandle::adopt(createConsumer(profile_.get(), playernames::kPreviewService));
+    int started = kPlayConsumerNotStarted;
+    if (consumer_) {
+        mlt_properties properties = MLT_CONSUMER_PROPERTIES(consumer_.get());
+        connectPreview(consumer_.get());
+        mlt_properties_set_int(properties, playernames::kScrubAudio, 0);
+        mlt_properties_set_int(properties, playernames::kSlowOnPause, 1);
+        mlt_properties_set_double(properties, playernames::kVolume, autoPlay ? volume : 0.0);
+        started = mlt_consumer_start(consumer_.get());
+    }
+    producer_ = media::ProducerHandle::adopt(load.take());
+    if (!producer_) {
+        // Nothing to preview: the window goes again without having played a
+        // frame or opened its sound.
+        if (consumer_) {
+            mlt_properties_set_int(MLT_CONSUMER_PROPERTIES(consumer_.get()), playernames::kAudioOff,
+                                   1);
+            media::retireConsumer(consumer_);
+        }
+        gate_.reset();
+        return 0;
     }
     if (!consumer_) {
         // The producer was built on the profile, so it goes first.
@@ -181,18 +200,12 @@ int MePlayer::startPreview(int position, bool autoPlay) {
         profile_.reset();
         return kPlayConsumerMissing;
     }
-    mlt_properties properties = MLT_CONSUMER_PROPERTIES(consumer_.get());
-    connectPreview(consumer_.get());
-    mlt_properties_set_int(properties, playernames::kScrubAudio, 0);
-    mlt_properties_set_int(properties, playernames::kSlowOnPause, 1);
-    if (!autoPlay) {
-        setProducerSpeed(0.0);
-    }
-    setTransportDouble(playernames::kVolume, autoPlay ? volume : 0.0);
-    if (mlt_consumer_start(consumer_.get()) != 0) {
+    linkTransport(consumer_.get(), producer_.get());
+    setProducerSpeed(autoPlay ? 1.0 : 0.0);
+    gate_->attach(producer_.get());
+    if (started != 0) {
         return kPlayConsumerNotStarted;
     }
-    setProducerSpeed(autoPlay ? 1.0 : 0.0);
     seekAndHold(position);
     return 0;
 }
