@@ -43,6 +43,7 @@ struct GateState {
     bool showing = false;
     bool parked = false;
     int inFlight = 0;
+    int alive = 0;           // frames let through and not yet closed, wherever they are
     uint64_t delivered = 0;  // serial of the last frame let through
     uint64_t shown = 0;      // highest serial the consumer has shown
     mlt_position deliveredPosition = -1;
@@ -140,6 +141,7 @@ void closeToken(void* object) {
     {
         std::lock_guard<std::mutex> lock(state.mutex);
         finish(*token);
+        --state.alive;
         if (token->serial == state.delivered && token->serial > state.shown) {
             state.owed = true;
         }
@@ -183,6 +185,7 @@ int getFrame(mlt_service service, mlt_frame_ptr frame, int index) {
             state.producer != nullptr ? mlt_producer_position(state.producer) : -1;
         state.owed = false;
         ++state.inFlight;
+        ++state.alive;
         sounds = carriesSound(state);
     }
     mlt_service source = mlt_service_producer(service);
@@ -321,7 +324,7 @@ void PreviewGate::refresh() {
 
 bool PreviewGate::isSettled() const {
     std::lock_guard<std::mutex> lock(state_->mutex);
-    return state_->parked && state_->inFlight == 0 && state_->shown >= state_->delivered;
+    return state_->parked && state_->alive == 0;
 }
 
 PreviewGate::Exclusive::Exclusive(PreviewGate& gate) : gate_(gate) {
