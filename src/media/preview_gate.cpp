@@ -43,7 +43,7 @@ struct GateState {
     bool showing = false;
     bool parked = false;
     int inFlight = 0;
-    int alive = 0;           // frames let through and not yet closed, wherever they are
+    int pending = 0;         // frames let through, neither shown nor closed yet
     uint64_t delivered = 0;  // serial of the last frame let through
     uint64_t shown = 0;      // highest serial the consumer has shown
     mlt_position deliveredPosition = -1;
@@ -126,6 +126,7 @@ struct FrameToken {
     std::shared_ptr<GateState> state;
     uint64_t serial = 0;
     bool finished = false;  // under state->mutex
+    bool settled = false;   // shown or closed, under state->mutex
 };
 
 void finish(FrameToken& token) {
@@ -135,13 +136,20 @@ void finish(FrameToken& token) {
     }
 }
 
+void settle(FrameToken& token) {
+    if (!token.settled) {
+        token.settled = true;
+        --token.state->pending;
+    }
+}
+
 void closeToken(void* object) {
     auto* token = static_cast<FrameToken*>(object);
     GateState& state = *token->state;
     {
         std::lock_guard<std::mutex> lock(state.mutex);
         finish(*token);
-        --state.alive;
+        settle(*token);
         if (token->serial == state.delivered && token->serial > state.shown) {
             state.owed = true;
         }
@@ -185,7 +193,7 @@ int getFrame(mlt_service service, mlt_frame_ptr frame, int index) {
             state.producer != nullptr ? mlt_producer_position(state.producer) : -1;
         state.owed = false;
         ++state.inFlight;
-        ++state.alive;
+        ++state.pending;
         sounds = carriesSound(state);
     }
     mlt_service source = mlt_service_producer(service);
@@ -235,6 +243,7 @@ void onFrameShown(mlt_properties, Listener* listener, mlt_event_data data) {
         if (token->serial > state.shown) {
             state.shown = token->serial;
         }
+        settle(*token);
         state.showing = true;
     }
     state.changed.notify_all();
@@ -324,7 +333,7 @@ void PreviewGate::refresh() {
 
 bool PreviewGate::isSettled() const {
     std::lock_guard<std::mutex> lock(state_->mutex);
-    return state_->parked && state_->alive == 0;
+    return state_->parked && state_->pending == 0;
 }
 
 PreviewGate::Exclusive::Exclusive(PreviewGate& gate) : gate_(gate) {

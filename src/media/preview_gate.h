@@ -42,7 +42,7 @@ class PreviewGate {
     // The picture at the held position may have changed: one more frame goes through.
     void refresh();
     // True while the consumer's fetch is parked and every frame it fetched has
-    // been closed: its queues are empty, and a purge would only drop the next,
+    // been shown or dropped: its queues are empty, and a purge would only drop the next,
     // fresh frame.
     bool isSettled() const;
 
