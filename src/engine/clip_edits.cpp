@@ -1,5 +1,7 @@
 // Clip edits: building, altering, moving and removing the clip playlists of a
 // track tractor and their source producers.
+#include <optional>
+
 #include "engine/engine_names.h"
 #include "engine/graph.h"
 #include "engine/mlt_helper.h"
@@ -211,8 +213,17 @@ bool MltHelper::alterClip(CParseJson& content, mlt_profile profile) {
     optionalFrames(content, kLength, request.length);
     request.resource = qualifyPath(request.resource);
 
+    // On the main track the multitrack is re-timed once, by the relayout at the
+    // end; the clip's own changes need not each re-time the whole track list.
+    mlt_tractor mainTractor = request.trackId == kMainTrack ? findTractor(kMainTrack) : nullptr;
+    RetimeOnce retime(mainTractor);
+
     // Without a playlist of that identifier only the move is done.
     if (mlt_playlist playlist = findPlaylist(request.id)) {
+        std::optional<Unheard> unheard;
+        if (mainTractor != nullptr) {
+            unheard.emplace(MLT_PLAYLIST_PROPERTIES(playlist), mlt_tractor_multitrack(mainTractor));
+        }
         int main = mainEntryIndex(playlist);
         if (main < 0) {
             writeLog(kLogError, "%s", mltlog::kAlterGetProducerFailed);
@@ -256,6 +267,7 @@ bool MltHelper::alterClip(CParseJson& content, mlt_profile profile) {
     }
     if (request.trackId == kMainTrack) {
         relayoutMainTrack(tractor);
+        retime.done();
     }
     graphChanged();
     return true;

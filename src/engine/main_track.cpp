@@ -147,6 +147,12 @@ MltHelper::Unheard::~Unheard() {
     }
 }
 
+MltHelper::RetimeOnce::~RetimeOnce() {
+    if (tractor_ != nullptr) {
+        mlt_tractor_refresh(tractor_);
+    }
+}
+
 int MltHelper::mainEntryIndex(mlt_playlist playlist) {
     int count = mltgraph::entryCount(playlist);
     for (int i = 0; i < count; ++i) {

@@ -140,6 +140,21 @@ class MltHelper {
         void* listener_;
     };
 
+    // Refreshes a tractor whose changes went unheard when it goes out of
+    // scope, unless done() says the edit's relayout already did: an edit that
+    // fails half-way still leaves the tractor measured.
+    class RetimeOnce {
+      public:
+        explicit RetimeOnce(mlt_tractor tractor) : tractor_(tractor) {}
+        ~RetimeOnce();
+        RetimeOnce(const RetimeOnce&) = delete;
+        RetimeOnce& operator=(const RetimeOnce&) = delete;
+        void done() { tractor_ = nullptr; }
+
+      private:
+        mlt_tractor tractor_;
+    };
+
     // Freezes of main-track transitions.
     static void addHeadFreeze(mlt_playlist playlist, int start, int n);
     static void addTailFreeze(mlt_playlist playlist, int n);

@@ -93,7 +93,7 @@ void MePlayer::leaveFullScreen(int position) {
 }
 
 void MePlayer::showOn(mlt_consumer consumer, int position) {
-    mlt_consumer_connect(consumer, mlt_producer_service(producer_.get()));
+    connectPreview(consumer);
     mlt_producer_seek(producer_.get(), position);
     setConsumerVolume(volume);
     if (mlt_consumer_start(consumer) == 0) {

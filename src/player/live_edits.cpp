@@ -1,16 +1,18 @@
 // Timeline edits applied to the running preview graph. The preview consumer
-
+// must not render while MltHelper rewires the graph: a running consumer keeps
+// running while the edit holds the preview gate (no frame fetched, none in
+// flight), and its queued frames of the old graph are dropped before it
+// fetches again. A stopped consumer is started after the edits that always
+// left it running; the batch forms leave that to the caller's stopConsumer /
+// startConsumer bracket.
 #include <framework/mlt.h>
-// must not render while MltHelper rewires the graph, so most edits stop and
-// disconnect it first and reconnect and restart it afterwards; the batch forms
-// leave that to the caller's stopConsumer / startConsumer bracket.
+
 #include "engine/mlt_helper.h"
 #include "log/log.h"
 #include "player/player.h"
 
 struct PlayerLiveEdit {
-    bool stops;                         // stop the consumer before the edit
-    bool restarts;                      // disconnect before, reconnect and start after
+    bool restarts;                      // the consumer runs after the edit
     bool reportsResult;                 // answer the helper's result rather than true
     const char* beginLine = nullptr;    // Debug, before the edit
     const char* endLine = nullptr;      // Debug, after the edit
@@ -28,20 +30,20 @@ constexpr char kUpdateClipsEnd[] = "update clips end";
 constexpr char kDeleteFilterMissing[] = "mlt_consumer_stop m_producer or consumer is null";
 
 using LiveEdit = PlayerLiveEdit;
-const LiveEdit kAddClip{true, true, false, kAddClipsBegin, kAddClipsEnd, kAddClipsMissing};
-const LiveEdit kAddBatchClip{false, false, false};
-const LiveEdit kAlterClip{true, true, true, kUpdateClipsBegin, kUpdateClipsEnd, nullptr, true};
-const LiveEdit kDeleteClip{true, true, false};
-const LiveEdit kDeleteBatchClip{false, false, false};
-const LiveEdit kDeleteAllClip{false, true, true};
-const LiveEdit kAddFilter{true, true, false};
-const LiveEdit kAlterFilter{true, true, false};
-const LiveEdit kDeleteFilter{true, true, true, nullptr, nullptr, kDeleteFilterMissing};
-const LiveEdit kDeleteBatchFilter{false, false, true};
-const LiveEdit kAddTransition{true, true, false};
-const LiveEdit kDeleteTransition{true, true, true};
-const LiveEdit kDeleteBatchTransition{false, false, true};
-const LiveEdit kAlterSceneResource{false, false, true};
+const LiveEdit kAddClip{true, false, kAddClipsBegin, kAddClipsEnd, kAddClipsMissing};
+const LiveEdit kAddBatchClip{false, false};
+const LiveEdit kAlterClip{true, true, kUpdateClipsBegin, kUpdateClipsEnd, nullptr, true};
+const LiveEdit kDeleteClip{true, false};
+const LiveEdit kDeleteBatchClip{false, false};
+const LiveEdit kDeleteAllClip{true, true};
+const LiveEdit kAddFilter{true, false};
+const LiveEdit kAlterFilter{true, false};
+const LiveEdit kDeleteFilter{true, true, nullptr, nullptr, kDeleteFilterMissing};
+const LiveEdit kDeleteBatchFilter{false, true};
+const LiveEdit kAddTransition{true, false};
+const LiveEdit kDeleteTransition{true, true};
+const LiveEdit kDeleteBatchTransition{false, true};
+const LiveEdit kAlterSceneResource{false, true};
 
 void logIfSet(int level, const char* line) {
     if (line != nullptr) {
@@ -63,17 +65,21 @@ bool MePlayer::runLiveEdit(const PlayerLiveEdit& edit, const EditOperation& oper
     if (!edit.beginsBeforeCheck) {
         logIfSet(kLogDebug, edit.beginLine);
     }
-    if (edit.stops && (!consumer_ || !mlt_consumer_is_stopped(consumer_.get()))) {
-        mlt_consumer_stop(consumer);
-    }
-    if (edit.restarts) {
-        mlt_consumer_connect(consumer, nullptr);
-    }
     MltHelper helper(producer_.get(), cachePath_, &graphDumps_);
-    const bool result = operation(helper);
-    if (edit.restarts) {
-        mlt_consumer_connect(consumer, mlt_producer_service(producer_.get()));
-        mlt_consumer_start(consumer);
+    bool result = false;
+    if (!mlt_consumer_is_stopped(consumer)) {
+        media::PreviewGate::Exclusive exclusive(*gate_);
+        const bool hadQueue = !gate_->isSettled();
+        result = operation(helper);
+        if (hadQueue) {
+            mlt_consumer_purge(consumer);
+        }
+    } else {
+        result = operation(helper);
+        if (edit.restarts) {
+            connectPreview(consumer);
+            mlt_consumer_start(consumer);
+        }
     }
     logIfSet(kLogDebug, edit.endLine);
     return edit.reportsResult ? result : true;

@@ -10,6 +10,7 @@
 #include "media/transport.h"
 #include "platform/platform.h"
 #include "player/player_names.h"
+#include "player/timeline_load.h"
 
 namespace {
 
@@ -136,7 +137,20 @@ double MePlayer::producerSpeed() const {
 
 void MePlayer::setProducerSpeed(double value) {
     if (producer_) {
+        // The gate notices the new speed on its own within a few milliseconds:
+        // waking it here would let a frame through before a seek that follows.
         mlt_producer_set_speed(producer_.get(), value);
+    }
+}
+
+void MePlayer::connectPreview(mlt_consumer consumer) {
+    gate_->connect(consumer);
+}
+
+void MePlayer::purgeTransport() {
+    mlt_consumer consumer = transport();
+    if (consumer != nullptr && !(gate_ && gate_->isSettled())) {
+        mlt_consumer_purge(consumer);
     }
 }
 
@@ -149,39 +163,53 @@ int MePlayer::play(int position, bool autoPlay, const std::string& xmlPath) {
     int result = 0;
     if (profile_) {
         writeLog(kLogInfo, kPlayProfile, profile_->width, profile_->height);
-        producer_ = media::ProducerHandle::adopt(
-            mlt_factory_producer(profile_.get(), playernames::kTimelineProducer, xmlPath.c_str()));
-        if (producer_) {
-            result = startPreview(position, autoPlay);
-        }
+        result = startPreview(position, autoPlay);
     }
     writeLog(kLogInfo, kPlayEnd, xmlPath_.c_str());
     return result;
 }
 
 int MePlayer::startPreview(int position, bool autoPlay) {
-    if (!consumer_) {
-        consumer_ = media::ConsumerHandle::adopt(
-            createConsumer(profile_.get(), playernames::kPreviewService));
+    // The window opens while the timeline loads; the gate holds the consumer
+    // until the producer is behind it.
+    TimelineLoad load(profile_.get(), xmlPath_, position);
+    gate_ = std::make_unique<media::PreviewGate>();
+    consumer_ =
+        media::ConsumerHandle::adopt(createConsumer(profile_.get(), playernames::kPreviewService));
+    int started = kPlayConsumerNotStarted;
+    if (consumer_) {
+        mlt_properties properties = MLT_CONSUMER_PROPERTIES(consumer_.get());
+        connectPreview(consumer_.get());
+        mlt_properties_set_int(properties, playernames::kScrubAudio, 0);
+        mlt_properties_set_int(properties, playernames::kSlowOnPause, 1);
+        mlt_properties_set_double(properties, playernames::kVolume, autoPlay ? volume : 0.0);
+        started = mlt_consumer_start(consumer_.get());
+    }
+    producer_ = media::ProducerHandle::adopt(load.take());
+    if (!producer_) {
+        // Nothing to preview: the window goes again without having played a
+        // frame or opened its sound.
+        if (consumer_) {
+            mlt_properties_set_int(MLT_CONSUMER_PROPERTIES(consumer_.get()), playernames::kAudioOff,
+                                   1);
+            media::retireConsumer(consumer_);
+        }
+        gate_.reset();
+        return 0;
     }
     if (!consumer_) {
         // The producer was built on the profile, so it goes first.
+        gate_.reset();
         producer_.reset();
         profile_.reset();
         return kPlayConsumerMissing;
     }
-    mlt_properties properties = MLT_CONSUMER_PROPERTIES(consumer_.get());
-    mlt_consumer_connect(consumer_.get(), mlt_producer_service(producer_.get()));
-    mlt_properties_set_int(properties, playernames::kScrubAudio, 0);
-    mlt_properties_set_int(properties, playernames::kSlowOnPause, 1);
-    if (!autoPlay) {
-        setProducerSpeed(0.0);
-    }
-    setTransportDouble(playernames::kVolume, autoPlay ? volume : 0.0);
-    if (mlt_consumer_start(consumer_.get()) != 0) {
+    linkTransport(consumer_.get(), producer_.get());
+    setProducerSpeed(autoPlay ? 1.0 : 0.0);
+    gate_->attach(producer_.get());
+    if (started != 0) {
         return kPlayConsumerNotStarted;
     }
-    setProducerSpeed(autoPlay ? 1.0 : 0.0);
     seekAndHold(position);
     return 0;
 }
@@ -203,5 +231,6 @@ void MePlayer::releasePreview() {
     }
     // The dump describes this graph, so it is written before the graph goes.
     graphDumps_.flush(producer_.get());
+    gate_.reset();
     producer_.reset();
 }

@@ -16,6 +16,7 @@
 #include "export/export_settings.h"
 #include "media/frame_grabber.h"
 #include "media/mlt_handles.h"
+#include "media/preview_gate.h"
 #include "media/thumbnails.h"
 #include "messages/parse_json.h"
 
@@ -133,6 +134,11 @@ class MePlayer {
     void setProducerSpeed(double value);
 
     mlt_consumer createConsumer(mlt_profile profile, const std::string& id);
+    // Connects a preview consumer to the producer, through the gate.
+    void connectPreview(mlt_consumer consumer);
+    // Drops the frames the transport consumer has queued, unless it has none:
+    // then a purge would only drop the fresh frame that comes next.
+    void purgeTransport();
     void ensureFactory();
     void ensureProfile();
     int startPreview(int position, bool autoPlay);
@@ -158,6 +164,8 @@ class MePlayer {
     cache::ResultCache* mediaCache();
 
     media::ProducerHandle producer_;
+    // In front of producer_ whenever it exists; consumers connect to it.
+    std::unique_ptr<media::PreviewGate> gate_;
     media::ConsumerHandle consumer_;
     media::ProfileHandle profile_;
     mlt_repository repository_ = nullptr;  // the engine's, never released here

@@ -33,9 +33,10 @@ bool MePlayer::seekTransport(int position, int& oldPosition) {
         position >= mlt_producer_get_length(producer_.get())) {
         return false;
     }
-    mlt_consumer_purge(consumer);
+    purgeTransport();
     oldPosition = mlt_producer_position(producer_.get());
     mlt_producer_seek(producer_.get(), position);
+    gate_->recheck();
     return true;
 }
 
@@ -143,10 +144,8 @@ void MePlayer::continuePlay() {
         return;
     }
     setTransportInt(playernames::kScrubAudio, 0);
+    purgeTransport();
     mlt_consumer consumer = transport();
-    if (consumer != nullptr) {
-        mlt_consumer_purge(consumer);
-    }
     setProducerSpeed(speed);
     if (consumer != nullptr) {
         syncStart(mlt_consumer_position(consumer) + 1);
@@ -206,6 +205,8 @@ void MePlayer::resizeWindow(int width, int height) {
     }
     setTransportInt(playernames::kWindowWidth, width);
     setTransportInt(playernames::kWindowHeight, height);
+    // A paused preview redraws at the new size with the frame it holds.
+    gate_->refresh();
 }
 
 bool MePlayer::stopConsumer() {

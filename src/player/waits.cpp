@@ -2,9 +2,11 @@
 
 #include <framework/mlt.h>
 
+#include <chrono>
 #include <cstdint>
 
 #include "log/log.h"
+#include "media/consumer_events.h"
 #include "platform/platform.h"
 
 namespace playerwait {
@@ -13,58 +15,57 @@ namespace {
 constexpr char kWaitForPositionBegin[] = "waitForPosition begin";
 constexpr char kWaitForPositionEnd[] = "waitForPosition end";
 
-constexpr long kFinePollNs = 10000;
-constexpr long kCoarsePollNs = 40000000;
+// The re-check when no report comes: a report that arrived just before the
+// wait began, or a consumer that ends without one.
+constexpr std::chrono::microseconds kRecheck(2000);
 constexpr uint64_t kSeekLimitMs = 2000;
 constexpr uint64_t kStartLimitMs = 150;
+constexpr uint64_t kNoLimit = 0;
 
 bool isStopped(mlt_consumer consumer) {
     return mlt_consumer_is_stopped(consumer) != 0;
 }
 
-bool isPast(uint64_t start, uint64_t limitMs) {
-    return platform::tickCountMs() - start > limitMs;
+// Waits until done() holds or the consumer stops (true), or limitMs passes
+// (false; kNoLimit waits on).
+template <typename Done>
+bool waitUntil(mlt_consumer consumer, uint64_t limitMs, Done done) {
+    const media::ConsumerEvents& events = media::ConsumerEvents::of(consumer);
+    const uint64_t start = platform::tickCountMs();
+    for (;;) {
+        const uint64_t seen = events.reports();
+        if (isStopped(consumer) || done()) {
+            return true;
+        }
+        if (limitMs != kNoLimit && platform::tickCountMs() - start > limitMs) {
+            return false;
+        }
+        events.waitAfter(seen, kRecheck);
+    }
 }
 
 }  // namespace
 
 void waitForPosition(mlt_consumer consumer, int target) {
     writeLog(kLogInfo, "%s", kWaitForPositionBegin);
-    const uint64_t start = platform::tickCountMs();
-    while (!isStopped(consumer) && mlt_consumer_position(consumer) != target) {
-        if (isPast(start, kSeekLimitMs)) {
-            return;
-        }
-        platform::sleepNanoseconds(kFinePollNs);
+    if (!waitUntil(consumer, kSeekLimitMs,
+                   [&] { return mlt_consumer_position(consumer) == target; })) {
+        return;
     }
     writeLog(kLogInfo, "%s", kWaitForPositionEnd);
 }
 
 bool waitForSeek(mlt_consumer consumer, int target) {
-    const uint64_t start = platform::tickCountMs();
-    while (!isStopped(consumer) && mlt_consumer_position(consumer) != target) {
-        if (isPast(start, kSeekLimitMs)) {
-            return false;
-        }
-        platform::sleepNanoseconds(kCoarsePollNs);
-    }
-    return true;
+    return waitUntil(consumer, kSeekLimitMs,
+                     [&] { return mlt_consumer_position(consumer) == target; });
 }
 
 void waitForStart(mlt_consumer consumer, int target) {
-    const uint64_t start = platform::tickCountMs();
-    while (!isStopped(consumer) && mlt_consumer_position(consumer) > target) {
-        if (isPast(start, kStartLimitMs)) {
-            return;
-        }
-        platform::sleepNanoseconds(kCoarsePollNs);
-    }
+    waitUntil(consumer, kStartLimitMs, [&] { return mlt_consumer_position(consumer) <= target; });
 }
 
 void waitUntilStopped(mlt_consumer consumer) {
-    while (!isStopped(consumer)) {
-        platform::sleepNanoseconds(kCoarsePollNs);
-    }
+    waitUntil(consumer, kNoLimit, [] { return false; });
 }
 
 }  // namespace playerwait

@@ -92,6 +92,9 @@ TEST(PlayerSocket, PlaySeekStepLiveEditAndSaveTheRunningGraph) {
         {"PRE_SEEK_STOP", R"({"Position":"10"})", 30},
         {"PRE_SEEK_STOP", R"({"Position":0})", 0},
         {"PRE_LAST_FRAME", "{}", 0},
+        {"PRE_SEEK_STOP", R"({"Position":99})", 99},
+        {"PRE_NEXT_FRAME", "{}", 99},  // a step past the end
+        {"PRE_SEEK", R"({"Position":100})", 99},
         {"PRE_SEEK_STOP", R"({"Position":37})", 37},
     };
     for (const auto& s : steps) {

@@ -175,6 +175,7 @@ TEST_F(PlayerPreview, PausedPreviewTimecodesSeeksAndSteps) {
         {[](MePlayer& p) { p.preFrame(); }, 20},
         {[](MePlayer& p) { p.seekAndStop(149); }, 149},
         {[](MePlayer& p) { p.seekAndStop(150); }, 149},  // the length itself
+        {[](MePlayer& p) { p.nextFrame(); }, 149},       // a step past the end
         {[](MePlayer& p) { p.seekAndHold(-1); }, 149},
         {[](MePlayer& p) { p.seekAndHold(5000); }, 149},
         {[](MePlayer& p) { p.stop(); }, 0},
