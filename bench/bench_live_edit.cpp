@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_timing.h"
 #include "client/pipe_client.h"
 #include "client/service_launcher.h"
 #include "engine/graph_xml.h"
@@ -30,16 +31,9 @@ constexpr int kSamples = 21;
 constexpr double kTargetAt1000Ms = 10.0;
 constexpr double kTargetAt10000Ms = 60.0;
 
-using Clock = std::chrono::steady_clock;
-
-double millisecondsSince(Clock::time_point start) {
-    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values.empty() ? 0.0 : values[values.size() / 2];
-}
+using bench::Clock;
+using bench::median;
+using bench::millisecondsSince;
 
 std::string colourClip(const std::string& id, int index, int out) {
     return R"({"TrackID":"Track0","ID":")" + id + R"(","Index":)" + std::to_string(index) +

@@ -26,6 +26,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_timing.h"
 #include "client/pipe_client.h"
 #include "client/service_launcher.h"
 
@@ -41,16 +42,9 @@ constexpr double kSeekWorstTarget = 4.0;
 constexpr double kStepMedianTarget = 2.0;
 constexpr double kFirstFrameTarget = 1.5;
 
-using Clock = std::chrono::steady_clock;
-
-double millisecondsSince(Clock::time_point start) {
-    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values.empty() ? 0.0 : values[values.size() / 2];
-}
+using bench::Clock;
+using bench::median;
+using bench::millisecondsSince;
 
 double worst(const std::vector<double>& values) {
     return values.empty() ? 0.0 : *std::max_element(values.begin(), values.end());

@@ -9,24 +9,12 @@
 #include <string>
 #include <vector>
 
+#include "bench_timing.h"
+
 #include "client/pipe_client.h"
 #include "client/service_launcher.h"
 
 namespace bench {
-
-using Clock = std::chrono::steady_clock;
-
-inline double millisecondsSince(Clock::time_point start) {
-    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
-
-inline double median(std::vector<double> values) {
-    if (values.empty()) {
-        return 0.0;
-    }
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
 
 inline std::string trackContent() {
     return R"({"ID":"Track0","Type":"composite","Main":true})";

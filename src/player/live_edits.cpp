@@ -153,6 +153,15 @@ bool MePlayer::hasIdleWork() const {
 }
 
 void MePlayer::runIdleWork(const std::function<bool()>& keepGoing) {
+    // The dump reads every property of the graph by index, which MLT does not
+    // lock against a render thread adding properties: no frame is in flight
+    // while it runs.
+    mlt_consumer consumer = transport();
+    if (gate_ && consumer != nullptr && !mlt_consumer_is_stopped(consumer)) {
+        media::PreviewGate::Exclusive exclusive(*gate_);
+        graphDumps_.flush(producer_.get(), keepGoing);
+        return;
+    }
     graphDumps_.flush(producer_.get(), keepGoing);
 }
 

@@ -13,6 +13,7 @@
 
 #include "export/export_session.h"
 #include "export/hw_accel.h"
+#include "h264_settings.h"
 #include "media/mlt_handles.h"
 #include "media/transport.h"
 #include "platform/platform.h"
@@ -51,18 +52,7 @@ class ExportTest : public ::testing::Test {
     }
     // An H.264/AAC movie of the timeline at 640x360.
     ExportSettings movieSettings(const std::string& name) const {
-        ExportSettings s;
-        s.fileName = directory_ + "/" + name;
-        s.xmlFile = timeline_.path;
-        s.videoEncoder = "libx264";
-        s.videoWidth = "640";
-        s.videoHeight = "360";
-        s.videoFrameRate = "25";
-        s.videoBitRate = "1500";
-        s.audioEncoder = "aac";
-        s.audioChannel = "2";
-        s.audioSampleRate = "48000";
-        s.audioBitRate = "128";
+        ExportSettings s = h264Settings(timeline_.path, directory_ + "/" + name, "640", "360");
         s.qualityLevel = "best";
         return s;
     }

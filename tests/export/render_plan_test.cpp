@@ -12,6 +12,7 @@ extern "C" {
 #include "export/export_session.h"
 #include "export/graph_survey.h"
 #include "export/render_plan.h"
+#include "h264_settings.h"
 #include "media/mlt_handles.h"
 #include "platform/platform.h"
 #include "support/export_fixtures.h"
@@ -45,19 +46,7 @@ class RenderPlanTest : public ::testing::Test {
     }
     // The export a client asks for: H.264 and AAC at the document's size.
     ExportSettings settings(const std::string& xmlFile, const std::string& movie) const {
-        ExportSettings s;
-        s.xmlFile = xmlFile;
-        s.fileName = directory_ + "/" + movie;
-        s.videoEncoder = "libx264";
-        s.videoWidth = "320";
-        s.videoHeight = "240";
-        s.videoFrameRate = "25";
-        s.videoBitRate = "1500";
-        s.audioEncoder = "aac";
-        s.audioChannel = "2";
-        s.audioSampleRate = "48000";
-        s.audioBitRate = "128";
-        return s;
+        return h264Settings(xmlFile, directory_ + "/" + movie, "320", "240");
     }
     // Renders to the end; false when the render does not end. The bound only
     // guards against a render that hangs.
