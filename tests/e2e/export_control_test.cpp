@@ -170,7 +170,7 @@ TEST(ExportControl, BadRequestsAreLoggedAndAGoodExportStillRendersWhileTheClient
         EXPECT_EQ(queryExport(service).total, frames);
         service.control("PRE_RESET_EXPORT");
         EXPECT_EQ(queryExport(service), (ExportState{0, 0, false}));
-        EXPECT_EQ(service.close(), 0) << c.request;
+        EXPECT_EQ(service.close(), 0) << c.request << service.stderrText().substr(0, 20000);
     }
     testsupport::runCommand("rm -rf '" + dir + "'");
 }

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "media/probe.h"
-#include "support/media_fixtures.h"
 #include "messages/parse_json.h"
+#include "support/media_fixtures.h"
 
 namespace {
 
