@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_display.h"
 #include "bench_timing.h"
 #include "client/pipe_client.h"
 #include "client/service_launcher.h"
@@ -190,15 +191,7 @@ void printEdit(const char* name, double ms, const Figures& figures, const Figure
 }  // namespace
 
 int main(int argc, char** argv) {
-    const char* display = std::getenv("DISPLAY");
-    if (display == nullptr || *display == '\0') {
-        std::vector<char*> arguments = {const_cast<char*>("xvfb-run"), const_cast<char*>("-a")};
-        arguments.insert(arguments.end(), argv, argv + argc);
-        arguments.push_back(nullptr);
-        execvp("xvfb-run", arguments.data());
-        std::fprintf(stderr, "no DISPLAY and xvfb-run cannot start\n");
-        return 1;
-    }
+    bench::runUnderXvfbWithoutDisplay(argc, argv);
     std::vector<int> sizes;
     for (int i = 1; i < argc; ++i) {
         sizes.push_back(std::atoi(argv[i]));

@@ -26,6 +26,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_display.h"
 #include "bench_timing.h"
 #include "client/pipe_client.h"
 #include "client/service_launcher.h"
@@ -232,15 +233,7 @@ void printRatio(const char* name, double ours, double floor, double target) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const char* display = std::getenv("DISPLAY");
-    if (display == nullptr || *display == '\0') {
-        std::vector<char*> arguments = {const_cast<char*>("xvfb-run"), const_cast<char*>("-a")};
-        arguments.insert(arguments.end(), argv, argv + argc);
-        arguments.push_back(nullptr);
-        execvp("xvfb-run", arguments.data());
-        std::fprintf(stderr, "no DISPLAY and xvfb-run cannot start\n");
-        return 1;
-    }
+    bench::runUnderXvfbWithoutDisplay(argc, argv);
     const int seekCount = argc > 1 ? std::max(1, std::atoi(argv[1])) : 40;
     const int stepCount = argc > 2 ? std::max(1, std::atoi(argv[2])) : 20;
     const int seconds = argc > 3 ? std::max(4, std::atoi(argv[3])) : 120;
