@@ -247,20 +247,4 @@ TEST_F(ResultCacheTest, ACacheThatCannotWorkIsOffAndSaysWhyOnce) {
     }
 }
 
-TEST_F(ResultCacheTest, AWriteThatFailsTurnsTheCacheOffOnce) {
-    mediatest::LogRecorder log;
-    ResultCache results(settingsFor(folder_, kMegabyte));
-    results.store(keyOf(1), "kept");
-    // The folder goes away under the running service.
-    testsupport::runCommand("rm -rf '" + folder_ + "'");
-    results.store(keyOf(2), "lost");
-    results.store(keyOf(3), "lost");
-    EXPECT_FALSE(results.enabled());
-    EXPECT_FALSE(results.find(keyOf(1)));
-    ASSERT_EQ(log.lines.size(), 1u);
-    EXPECT_NE(log.lines[0].find("[Warning]"), std::string::npos);
-    EXPECT_NE(log.lines[0].find("Media cache off: cannot write " + folder_), std::string::npos);
-    EXPECT_NE(log.lines[0].find(": No such file or directory"), std::string::npos);
-}
-
 }  // namespace

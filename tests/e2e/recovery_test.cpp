@@ -345,45 +345,6 @@ TEST_F(DamagedJournals, RecoverWhatCanBeReadSayWhatWasSkippedAndStillSave) {
     }
 }
 
-TEST_F(DamagedJournals, AnEditThatStopsTheReplayingServiceIsLeftOut) {
-    // A body that is not JSON makes a service hang up: the replay starts a
-    // fresh service without that edit.
-    const std::string notJson = "this is not JSON";
-    const struct {
-        const char* name;
-        size_t position;  // where among the four edits the bad one goes
-        int exitCode;
-        const char* said;
-    } cases[] = {
-        {"in the middle: an answered edit is lost", 2, 5, "damaged journal: edit 3"},
-        {"last: the edit its own service died on", 4, 0, "warning: edit 5"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        const std::string path = dir_ + "/stops.journal";
-        std::remove(path.c_str());
-        journal::JournalWriter writer;
-        ASSERT_TRUE(writer.create(path, {"crafted", 1, "2026-01-01 00:00:00"}));
-        for (size_t i = 0; i <= entries_.size(); ++i) {
-            const bool bad = i == c.position;
-            const journal::JournalEntry& entry = entries_[bad ? 0 : i - (i > c.position)];
-            tgMessageHead head = entry.head;
-            const std::string body = bad ? notJson : entry.body;
-            head.length = static_cast<uint32_t>(body.size());
-            std::string framed(kMessageHeadSize, '\0');
-            encodeMessageHead(head, reinterpret_cast<unsigned char*>(&framed[0]));
-            ASSERT_TRUE(writer.append(journal::RecordKind::Edit, framed + body));
-        }
-        writer.close();
-        std::string output;
-        const std::string out = dir_ + "/stops.xml";
-        EXPECT_EQ(recover(path, out, &output), c.exitCode) << output;
-        EXPECT_NE(output.find(c.said), std::string::npos) << output;
-        EXPECT_NE(output.find("ended the replaying service"), std::string::npos) << output;
-        EXPECT_NE(testsupport::readFile(out).find("<ID>third</ID>"), std::string::npos);
-    }
-}
-
 TEST(Recovery, ListsJournalsWithTheirPipeEditsAndWhetherTheirServiceRuns) {
     const std::string dir = testsupport::makeTempDirectory("qv-list");
     const std::string environment = "QUILLAVANT_RECOVERY_DIR=" + dir;

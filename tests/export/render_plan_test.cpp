@@ -142,32 +142,6 @@ TEST_F(RenderPlanTest, FormatsFollowTheGraphAndTheEncoders) {
     }
 }
 
-TEST_F(RenderPlanTest, RenderThreadsFollowEffectsAndProcessors) {
-    testsupport::CutTimeline effects = cut();
-    effects.transition = "luma";
-    effects.filter = "sepia";
-    const struct {
-        testsupport::CutTimeline timeline;
-        int processors;
-        int threads;
-    } cases[] = {
-        {cut(), 16, 1},
-        {effects, 2, 1},
-        {effects, 8, 2},
-        {effects, 64, 4},
-    };
-    for (const auto& c : cases) {
-        ExportSession session;
-        session.start(settings(document(c.timeline), "threads.mp4"), kProfile);
-        ASSERT_NE(session.consumer(), nullptr);
-        EXPECT_EQ(planWithWholePlanes(session, c.processors).renderThreads, c.threads)
-            << c.processors << " processors, effects: " << !c.timeline.filter.empty();
-        // The engine's own setting: one thread ahead, no frame dropped.
-        EXPECT_EQ(mlt_properties_get_int(MLT_CONSUMER_PROPERTIES(session.consumer()), "real_time"),
-                  -session.renderPlan().renderThreads);
-    }
-}
-
 TEST_F(RenderPlanTest, MovieMatchesTheEngineDefaultRender) {
     testsupport::CutTimeline effects = cut();
     effects.transition = "luma";

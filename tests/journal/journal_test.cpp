@@ -13,7 +13,6 @@
 #include <string>
 #include <vector>
 
-#include "journal/crc32.h"
 #include "journal/edit_journal.h"
 #include "journal/journal_location.h"
 #include "journal/journal_reader.h"
@@ -86,11 +85,6 @@ class JournalTest : public ::testing::Test {
     std::string dir_;
 };
 
-TEST(Crc32, MatchesTheCheckValueAndContinuesAcrossPieces) {
-    EXPECT_EQ(journal::crc32("123456789", 9), 0xCBF43926u);
-    EXPECT_EQ(journal::crc32("56789", 5, journal::crc32("1234", 4)), 0xCBF43926u);
-}
-
 TEST(JournalLocation, FollowsTheOverrideThenXdgThenTheHomeFolder) {
     const struct {
         const char* recoveryDir;
@@ -116,23 +110,6 @@ TEST(JournalLocation, FollowsTheOverrideThenXdgThenTheHomeFolder) {
     EXPECT_FALSE(journal::journalEnabled());
     environment.set("QUILLAVANT_JOURNAL", "on");
     EXPECT_TRUE(journal::journalEnabled());
-}
-
-TEST(JournalLocation, NamesTheFileAfterThePipeAndTheProcess) {
-    const struct {
-        const char* pipe;
-        int attempt;
-        const char* expected;
-    } cases[] = {
-        {"EditorPipe", 0, "EditorPipe.4242.journal"},
-        {"EditorPipe", 2, "EditorPipe.4242-2.journal"},
-        {"a/b c", 0, "a_b_c.4242.journal"},
-        {"..", 0, "_..4242.journal"},
-        {"", 0, "_.4242.journal"},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(journal::journalFileName(c.pipe, 4242, c.attempt), c.expected) << c.pipe;
-    }
 }
 
 TEST_F(JournalTest, ReadsBackEveryEditWithTheDocumentsItLoaded) {
@@ -265,95 +242,6 @@ TEST_F(JournalTest, AJournalThatCannotBeWrittenLeavesTheEditsAlone) {
         journal.endService();
     }
     EXPECT_FALSE(std::filesystem::exists(dir_ + "/off"));
-}
-
-class DamagedJournalTest : public JournalTest {
-  protected:
-    // A journal of five edits, as a service leaves it.
-    void SetUp() override {
-        JournalTest::SetUp();
-        journal::EditJournal journal("pipe", settings());
-        for (int i = 0; i < 5; ++i) {
-            edit(journal, commandBody("ADD_TRACK", "{\"ID\":\"T" + std::to_string(i) + "\"}"));
-        }
-        path_ = journal.path();
-        bytes_ = readBytes(path_);
-        offsets_.clear();
-        for (const journal::JournalEntry& entry : journal::readJournal(path_).entries) {
-            offsets_.push_back(static_cast<size_t>(entry.offset));
-        }
-        ASSERT_EQ(offsets_.size(), 5u);
-    }
-
-    std::vector<std::string> bodiesOf(const journal::JournalContents& contents) const {
-        std::vector<std::string> ids;
-        for (const journal::JournalEntry& entry : contents.entries) {
-            ids.push_back(entry.body.substr(entry.body.find("\"T") + 1, 2));
-        }
-        return ids;
-    }
-
-    std::string path_;
-    std::string bytes_;
-    std::vector<size_t> offsets_;
-};
-
-TEST_F(DamagedJournalTest, ReadsAroundDamageAndDropsACutOffLastEntry) {
-    using Ids = std::vector<std::string>;
-    const size_t end = static_cast<size_t>(offsets_[4]) + 16 + 12 +
-                       commandBody("ADD_TRACK", "{\"ID\":\"T4\"}").size();
-    auto flipped = [this](size_t at) {
-        std::string bytes = bytes_;
-        bytes[at] = static_cast<char>(bytes[at] ^ 0x20);
-        return bytes;
-    };
-    const struct {
-        const char* name;
-        std::string bytes;
-        Ids read;
-        int warnings;
-        int damage;
-    } cases[] = {
-        {"whole, with the space written ahead", bytes_, {"T0", "T1", "T2", "T3", "T4"}, 0, 0},
-        {"whole, without it", bytes_.substr(0, end), {"T0", "T1", "T2", "T3", "T4"}, 0, 0},
-        {"the last entry cut off", bytes_.substr(0, end - 5), {"T0", "T1", "T2", "T3"}, 1, 0},
-        {"the last header cut off",
-         bytes_.substr(0, offsets_[4] + 7),
-         {"T0", "T1", "T2", "T3"},
-         1,
-         0},
-        {"garbage after the last entry",
-         bytes_.substr(0, end) + "\x01garbage",
-         {"T0", "T1", "T2", "T3", "T4"},
-         1,
-         0},
-        {"a body byte changed", flipped(offsets_[2] + 40), {"T0", "T1", "T3", "T4"}, 0, 1},
-        {"a marker changed", flipped(offsets_[1]), {"T0", "T2", "T3", "T4"}, 0, 1},
-        {"a length changed", flipped(offsets_[3] + 9), {"T0", "T1", "T2", "T4"}, 0, 1},
-        {"the service record changed", flipped(40), {"T0", "T1", "T2", "T3", "T4"}, 0, 1},
-        {"only the signature", bytes_.substr(0, 8), {}, 0, 0},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        writeBytes(path_, c.bytes);
-        const journal::JournalContents contents = journal::readJournal(path_);
-        EXPECT_TRUE(contents.isJournal);
-        EXPECT_EQ(bodiesOf(contents), c.read);
-        int warnings = 0;
-        int damage = 0;
-        for (const journal::JournalProblem& problem : contents.problems) {
-            (problem.isDamage ? damage : warnings) += 1;
-        }
-        EXPECT_EQ(warnings, c.warnings);
-        EXPECT_EQ(damage, c.damage);
-        EXPECT_EQ(contents.isDamaged(), c.damage > 0);
-    }
-    for (const std::string& foreign :
-         {std::string(), std::string("QVJRNL0"), "NOTAJRNL" + bytes_.substr(8)}) {
-        writeBytes(path_, foreign);
-        EXPECT_FALSE(journal::readJournal(path_).isJournal) << foreign.size();
-    }
-    EXPECT_FALSE(journal::readJournal(dir_ + "/missing.journal").isJournal);
 }
 
 TEST(SyncWorker, WaitsForASyncStartedAfterTheRequestAndReportsFailuresOnce) {

@@ -63,13 +63,6 @@ class MediaCacheTest : public ::testing::Test {
         mkdir(folder.c_str(), 0700);
         return folder;
     }
-    void damageEveryEntry() {
-        for (const platform::FolderFile& file : platform::listRegularFiles(root_ + "/cache")) {
-            if (file.name.find(".entry") != std::string::npos) {
-                ASSERT_EQ(truncate((root_ + "/cache/" + file.name).c_str(), file.size - 1), 0);
-            }
-        }
-    }
 
     std::string root_ = testsupport::makeTempDirectory("qv-media-cache");
     int folders_ = 0;
@@ -117,32 +110,6 @@ TEST_F(MediaCacheTest, ARepeatedSeriesIsWrittenFromTheCacheWithTheBytesOfAFreshD
     }
 }
 
-// The grabber remembers timestamps it saw without pts or dts, from request
-// to request, and that memory can change later pictures of other files. A
-// series answered from the cache must leave it as the decode would have.
-TEST_F(MediaCacheTest, ACachedSeriesLeavesTheGrabberAsADecodingOneWould) {
-    // Matroska leaves some packets of a variable-rate stream without a dts.
-    const std::string variableRate = mediatest::counterVariant(
-        "media_cache_vfr.mkv",
-        "-vf \"select='lt(mod(n\\,5)\\,3)'\" -fps_mode vfr -c:v libx264 -preset veryfast");
-    const std::string media[] = {variableRate, mediatest::counterVideo(), variableRate,
-                                 mediatest::counterVideo("ntsc")};
-    const std::vector<int> positions = {0, 1, 40, 90, 170};
-    FrameGrabber decoding;
-    FrameGrabber cached;
-    for (int round = 0; round < 2; ++round) {
-        for (const std::string& file : media) {
-            SCOPED_TRACE(file + " round " + std::to_string(round));
-            EXPECT_EQ(series(cached, file, positions, {160, 120, 25.0}, &results_),
-                      series(decoding, file, positions, {160, 120, 25.0}, nullptr));
-            EXPECT_EQ(cached.timestampHistory().missingPts, decoding.timestampHistory().missingPts);
-            EXPECT_EQ(cached.timestampHistory().missingDts, decoding.timestampHistory().missingDts);
-        }
-    }
-    EXPECT_GT(decoding.timestampHistory().missingDts, 0u);
-    EXPECT_GT(statistics().hits, 0u);
-}
-
 TEST_F(MediaCacheTest, EverySizeRateAndPositionHasPicturesOfItsOwn) {
     const std::string media = mediatest::counterVideo();
     const std::vector<int> positions = {0, 100, 200};
@@ -173,21 +140,6 @@ TEST_F(MediaCacheTest, EverySizeRateAndPositionHasPicturesOfItsOwn) {
             EXPECT_EQ(!fresh[i].empty(), request.written[i]) << request.positions[i];
         }
     }
-}
-
-TEST_F(MediaCacheTest, CachedAnswersThatCannotBeWrittenFailAsFreshOnesDo) {
-    const std::string media = mediatest::counterVideo();
-    FrameGrabber grabber;
-    series(grabber, media, {0, 10}, {64, 48, 25.0}, &results_);
-    makeAudioThumbFile("", media, newFolder() + "/levels.txt", &results_);
-    mediatest::LogRecorder log;
-    EXPECT_TRUE(
-        snapMultiPicQuick(grabber, {0, 10}, {64, 48, 25.0}, media, root_ + "/missing", &results_));
-    EXPECT_EQ(log.count("Error", "snap " + root_ + "/missing/0.png is not sucess"), 1);
-    EXPECT_EQ(log.count("Error", "snap " + root_ + "/missing/10.png is not sucess"), 1);
-    EXPECT_FALSE(makeAudioThumbFile("", media, root_ + "/missing/levels.txt", &results_));
-    EXPECT_EQ(statistics().hits, 3u);
-    EXPECT_FALSE(testsupport::fileExists(root_ + "/missing"));
 }
 
 TEST_F(MediaCacheTest, RepeatedLevelFilesAreWrittenFromTheCacheOnePerFrameRate) {
@@ -278,21 +230,6 @@ TEST_F(MediaCacheTest, AReplacedOrTouchedMediaFileIsDecodedAgain) {
     EXPECT_EQ(statistics().stores, stores + positions.size());
 }
 
-TEST_F(MediaCacheTest, ADamagedEntryIsThrownAwayAndDecodedAgain) {
-    const std::string media = mediatest::counterVideo();
-    const std::vector<int> positions = {10, 90};
-    FrameGrabber grabber;
-    const Outputs pictures = series(grabber, media, positions, {160, 120, 25.0}, &results_);
-    const std::string levelText = levels(media, "", &results_);
-    damageEveryEntry();
-    EXPECT_EQ(series(grabber, media, positions, {160, 120, 25.0}, &results_), pictures);
-    EXPECT_EQ(levels(media, "", &results_), levelText);
-    EXPECT_EQ(statistics().damaged, 3u);
-    EXPECT_EQ(statistics().stores, 6u);
-    EXPECT_EQ(series(grabber, media, positions, {160, 120, 25.0}, &results_), pictures);
-    EXPECT_EQ(statistics().hits, 2u);
-}
-
 // A playlist's pictures and levels come from its parts, and an MLT
 // document's picture from the files it names: none of them is kept, since
 // the parts may change while the named file stays as it was.
@@ -315,25 +252,6 @@ TEST_F(MediaCacheTest, MediaMadeOfOtherFilesIsNeverKept) {
     EXPECT_FALSE(levels(playlist, "", &results_).empty());
     EXPECT_FALSE(snapshot(document, "", ".jpg", &results_).empty());
     EXPECT_EQ(statistics().stores, 0u);
-}
-
-TEST(TimestampHistory, APreferenceIsSteadyWhileOnlyOneCountMovesAndEndsWhereItBegan) {
-    const struct {
-        TimestampHistory from, to;
-        bool steady;
-    } cases[] = {
-        {{0, 0}, {0, 0}, true},
-        {{0, 0}, {0, 7}, true},   // missing dts only: pts first all along
-        {{5, 0}, {9, 0}, true},   // missing pts only: dts first all along
-        {{2, 0}, {2, 5}, false},  // dts first, then pts first
-        {{0, 1}, {3, 1}, false},
-        {{1, 1}, {2, 2}, false},  // both moved: it may have turned and back
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(samePreferenceBetween(c.from, c.to), c.steady)
-            << c.from.missingPts << "," << c.from.missingDts << " -> " << c.to.missingPts << ","
-            << c.to.missingDts;
-    }
 }
 
 }  // namespace

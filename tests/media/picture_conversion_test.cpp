@@ -62,28 +62,6 @@ std::vector<uint8_t> renderedPicture(const std::string& path, int position) {
     return bytes;
 }
 
-TEST(PictureConversion, WholePicturesOnlyWhereProcessorsAreFew) {
-    EXPECT_TRUE(media::convertsPicturesWhole(1));
-    EXPECT_TRUE(media::convertsPicturesWhole(2));
-    EXPECT_FALSE(media::convertsPicturesWhole(4));
-    EXPECT_FALSE(media::convertsPicturesWhole(64));
-
-    VariableScope scope;
-    unsetenv(kVariable);
-    media::choosePictureConversion(8);
-    EXPECT_EQ(std::getenv(kVariable), nullptr);
-    media::choosePictureConversion(2);
-    ASSERT_NE(std::getenv(kVariable), nullptr);
-    EXPECT_STREQ(std::getenv(kVariable), "1");
-}
-
-TEST(PictureConversion, AValueGivenToTheProcessIsKept) {
-    VariableScope scope;
-    setenv(kVariable, "0", 1);
-    media::choosePictureConversion(1);
-    EXPECT_STREQ(std::getenv(kVariable), "0");
-}
-
 TEST(PictureConversion, WholeAndStripConversionsGiveTheSamePictures) {
     media::ensureEngineFactory();
     const std::string source = testsupport::colourBarsWithTone(1, 1920, 1080);

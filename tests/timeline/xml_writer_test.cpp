@@ -152,31 +152,4 @@ TEST(XmlTextWriter, RandomDocumentsMatchLibxml2) {
     }
 }
 
-// A large document handed on in pieces is the same document.
-TEST(XmlTextWriter, DocumentHandedOnInPiecesIsTheSameDocument) {
-    const std::string bytes = everyByte();
-    const Write write = [&](XmlSink& sink) {
-        sink.begin("root");
-        for (int element = 0; element < 2000; ++element) {
-            sink.begin("element");
-            sink.attribute("n", std::to_string(element));
-            sink.textElement("bytes", bytes);
-            sink.mltProperty(bytes, "value");
-            sink.end();
-        }
-        sink.end();
-    };
-    std::string pieces;
-    int pieceCount = 0;
-    XmlTextWriter writer([&](std::string_view piece) {
-        pieces.append(piece);
-        ++pieceCount;
-    });
-    write(writer);
-    writer.flush();
-    EXPECT_GT(pieceCount, 2);
-    EXPECT_TRUE(writer.document().empty());
-    EXPECT_EQ(pieces, savedByLibxml2(write));
-}
-
 }  // namespace
