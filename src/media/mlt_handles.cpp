@@ -64,19 +64,15 @@ void retireConsumer(ConsumerHandle& consumer, bool purge) {
 
 void ensureEngineFactory() {
     if (mlt_factory_repository() == nullptr) {
-        choosePictureConversion(platform::processorCount());
-        mlt_factory_init(nullptr);
+        startEngineFactory();
     }
 }
 
-bool convertsPicturesWhole(int processors) {
-    return processors <= kMostProcessorsForWholeConversions;
-}
-
-void choosePictureConversion(int processors) {
-    if (convertsPicturesWhole(processors)) {
+mlt_repository startEngineFactory() {
+    if (platform::processorCount() <= kMostProcessorsForWholeConversions) {
         platform::setEnvironmentDefault(kWholeConversionVariable, "1");
     }
+    return mlt_factory_init(nullptr);
 }
 
 ProfileHandle makeProfile(const std::string& name) {

@@ -82,13 +82,11 @@ void retireConsumer(ConsumerHandle& consumer, bool purge = false);
 // Starts the engine factory when nothing has started it yet.
 void ensureEngineFactory();
 
-// Whether MLT's avformat producer should convert each decoded picture whole
-// rather than in strips spread over its slice threads, on a machine with
-// that many processors.
-bool convertsPicturesWhole(int processors);
-// Tells the engine so through its environment unless the process was given a
-// value of its own; call before the engine starts any thread.
-void choosePictureConversion(int processors);
+// Starts the engine factory, first telling MLT's avformat producer, through
+// the environment, to convert each decoded picture whole rather than in strips
+// over its slice threads where processors are few (unless the process was
+// given a value of its own). Returns the repository, null on failure.
+mlt_repository startEngineFactory();
 
 // The named MLT profile, or MLT's default profile for an empty name.
 ProfileHandle makeProfile(const std::string& name);

@@ -8,7 +8,6 @@
 #include "log/log.h"
 #include "media/mlt_handles.h"
 #include "media/transport.h"
-#include "platform/platform.h"
 #include "player/player_names.h"
 #include "player/timeline_load.h"
 
@@ -79,8 +78,7 @@ int MePlayer::initFactory() {
     if (repository_ != nullptr) {
         return 0;
     }
-    media::choosePictureConversion(platform::processorCount());
-    repository_ = mlt_factory_init(nullptr);
+    repository_ = media::startEngineFactory();
     for (const auto& value : kEngineEnvironment) {
         const char* text = mlt_environment(value.name);
         if (text != nullptr) {
@@ -94,8 +92,7 @@ int MePlayer::initFactory() {
 
 void MePlayer::ensureFactory() {
     if (repository_ == nullptr) {
-        media::choosePictureConversion(platform::processorCount());
-        repository_ = mlt_factory_init(nullptr);
+        repository_ = media::startEngineFactory();
     }
 }
 
